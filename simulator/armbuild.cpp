@@ -1,0 +1,9 @@
+// Linked into an executable, this makes a build for any processor take the ARM road: the
+// executable's own definition comes before the one that Qt exports.
+#include <QString>
+#include <QSysInfo>
+
+QString QSysInfo::buildCpuArchitecture()
+{
+    return QStringLiteral("arm");
+}

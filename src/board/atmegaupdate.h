@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QString>
+#include <QThread>
+
+/// Worker thread that writes a firmware file into the measurement board. The object lives on the
+/// main thread; both signals are emitted from other threads.
+class AtmegaUpdate : public QThread
+{
+    Q_OBJECT
+
+public:
+    explicit AtmegaUpdate(QObject *parent);
+
+    /// Fraction of the flash that is done, as the library last reported it.
+    double progress() const;
+
+public slots:
+    /// Names the Intel HEX file (absolute path) for the next run; not while the thread runs.
+    void setImagePath(const QString &imagePath);
+
+    /// Takes over the fraction of the flash that is done and reports a change.
+    void setProgress(double progress);
+
+signals:
+    /// `progress` is a fraction of the whole update, 0.0 to 1.0; `expectedDurationMsecs` the time
+    /// over which the screen moves to it.
+    void progressChanged(double progress, int expectedDurationMsecs);
+
+    /// The outcome of a run, emitted once at its end; true when the board has the new firmware.
+    void resultReady(bool result);
+
+protected:
+    void run() override;
+
+private:
+    bool flash();
+
+    QString m_imagePath;
+    double m_progress = 0.0;
+};
