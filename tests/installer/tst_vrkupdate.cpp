@@ -1,0 +1,352 @@
+#include "fakeinstrument.h"
+#include "messagelog.h"
+#include "recordedsystem.h"
+#include "vrkupdate.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QTemporaryFile>
+#include <QtTest>
+
+#include <atomic>
+
+namespace {
+
+constexpr int failed = 256; // as system() says of a command that exits with 1
+
+QString prepareCommand(const QString &archive)
+{
+    return QLatin1String("tar -xf ") + archive
+            + QLatin1String(" usr/local/bin/zepra-prepare-update.sh -C /tmp");
+}
+
+/// The command lines of a whole run with mmcblk1p3 in use.
+QStringList wholeRun(const QString &archive)
+{
+    return {
+        prepareCommand(archive),
+        QStringLiteral("chmod +x /tmp/usr/local/bin/zepra-prepare-update.sh"
+                       " && /tmp/usr/local/bin/zepra-prepare-update.sh"),
+        QStringLiteral("mount | grep -c mmcblk1p3"),
+        QStringLiteral("mount | grep -c mmcblk1p4"),
+        QStringLiteral("cat /etc/fstab | grep -c /dev/mmcblk1p3"),
+        QStringLiteral("umount -l /dev/mmcblk1p3"),
+        QStringLiteral("mount /dev/mmcblk1p4 /usr/local"),
+        QStringLiteral("rm -rf /usr/local/*"),
+        QStringLiteral("tar xvzf %1 -C /").arg(archive),
+        QStringLiteral("sync"),
+        QStringLiteral("chmod +x /usr/local/bin/zepra-setup.sh"),
+        QStringLiteral("/usr/local/bin/zepra-setup.sh"),
+        QStringLiteral("sed -i 's/mmcblk1p3/mmcblk1p4/g' /etc/fstab"),
+        QStringLiteral("sync"),
+    };
+}
+
+/// Places in wholeRun().
+enum Command {
+    UnpackPrepare,
+    RunPrepare,
+    FirstMounted,
+    SecondMounted,
+    CheckFstab,
+    Unmount,
+    Mount,
+    Clear,
+    Extract,
+    FirstSync,
+    ChmodSetup,
+    RunSetup,
+    SwitchFstab,
+    LastSync,
+};
+
+} // namespace
+
+class VrkUpdateTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+
+    void installsAndReports();
+    void swapsTheOtherWayRound();
+    void ambiguousMountsEndTheRun_data();
+    void ambiguousMountsEndTheRun();
+    void failingCommands_data();
+    void failingCommands();
+    void badArchivePaths_data();
+    void badArchivePaths();
+    void unusualArchivePathsAreQuotedInBothCommands();
+    void prepareScriptIsUnpackedFromTmp();
+    void interruptionEndsBetweenCommands_data();
+    void interruptionEndsBetweenCommands();
+    void secondRunDropsTheProgressItAlreadyReported();
+
+private:
+    /// Runs `update` to its end and returns its one result.
+    static bool run(VRKUpdate *update);
+    void answer(int failingCommand = -1);
+
+    QTemporaryFile m_archiveFile;
+    QString m_archive;
+};
+
+void VrkUpdateTest::initTestCase()
+{
+    QVERIFY(m_archiveFile.open());
+    m_archive = m_archiveFile.fileName();
+}
+
+void VrkUpdateTest::init()
+{
+    FakeInstrument::reset();
+    RecordedSystem::reset();
+    answer();
+}
+
+bool VrkUpdateTest::run(VRKUpdate *update)
+{
+    QSignalSpy results(update, &VRKUpdate::resultReady);
+    update->start();
+    [&] { QVERIFY(update->wait(10000)); }();
+    QCoreApplication::processEvents();
+    [&] { QCOMPARE(results.count(), 1); }();
+    return results.value(0).value(0).toBool();
+}
+
+/// mmcblk1p3 is mounted; the command at one place of a whole run fails.
+void VrkUpdateTest::answer(int failingCommand)
+{
+    const QString failing = wholeRun(m_archive).value(failingCommand);
+    RecordedSystem::answerWith([failing](const QString &line) {
+        const bool otherMounted = line == QLatin1String("mount | grep -c mmcblk1p4");
+        return otherMounted || line == failing ? failed : 0;
+    });
+}
+
+void VrkUpdateTest::installsAndReports()
+{
+    MessageLog log;
+    VRKUpdate update(nullptr);
+    QCOMPARE(update.progress(), 0.0);
+    update.setImagePath(m_archive);
+    QSignalSpy progress(&update, &VRKUpdate::progressChanged);
+    QVERIFY(run(&update));
+
+    QCOMPARE(RecordedSystem::commandLines(), wholeRun(m_archive));
+    const QList<QVariantList> reports = { { 0.1, 3000 },  { 0.15, 4000 }, { 0.2, 4000 },
+                                          { 0.9, 43000 }, { 0.99, 3000 }, { 1.0, 20 } };
+    QCOMPARE(QList<QVariantList>(progress), reports);
+    QCOMPARE(update.progress(), 1.0);
+
+    const QStringList warnings = {
+        QStringLiteral("Unpacking prepare setup script"),
+        QStringLiteral("Starting prepare setup script"),
+        QStringLiteral("Unmounting active partition  \"mmcblk1p3\""),
+        QStringLiteral("Mounting inactive partition \"mmcblk1p4\""),
+        QStringLiteral("Clearing inactive partition \"mmcblk1p4\""),
+        QStringLiteral("Extracting files..."),
+        QStringLiteral("Making setup script executable"),
+        QStringLiteral("Starting setup script"),
+        QStringLiteral("Restore completed successfully!"),
+    };
+    QCOMPARE(log.messages(QStringLiteral("warning")), warnings);
+
+    QStringList debug;
+    for (const QString &line : wholeRun(m_archive))
+        debug << QLatin1Char('"') + line + QLatin1Char('"');
+    debug.insert(CheckFstab, QStringLiteral("activePartition:  \"mmcblk1p3\""
+                                            " inactivePartition:  \"mmcblk1p4\""));
+    debug.insert(debug.size() - 1, QStringLiteral("Set activePartition to  \"mmcblk1p4\""));
+    QCOMPARE(log.messages(QStringLiteral("debug")), debug);
+
+    const QStringList scope = { QStringLiteral("+VRKUpdate::run"),
+                                QStringLiteral("-VRKUpdate::run") };
+    QCOMPARE(fakeInstrument().calls, scope);
+}
+
+void VrkUpdateTest::swapsTheOtherWayRound()
+{
+    RecordedSystem::answerWith([](const QString &line) {
+        return line == QLatin1String("mount | grep -c mmcblk1p3") ? failed : 0;
+    });
+    VRKUpdate update(nullptr);
+    update.setImagePath(m_archive);
+    QVERIFY(run(&update));
+    const QStringList lines = RecordedSystem::commandLines();
+    QCOMPARE(lines.value(Unmount), QStringLiteral("umount -l /dev/mmcblk1p4"));
+    QCOMPARE(lines.value(Mount), QStringLiteral("mount /dev/mmcblk1p3 /usr/local"));
+    QCOMPARE(lines.value(SwitchFstab),
+             QStringLiteral("sed -i 's/mmcblk1p4/mmcblk1p3/g' /etc/fstab"));
+}
+
+void VrkUpdateTest::ambiguousMountsEndTheRun_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::newRow("both") << 0;
+    QTest::newRow("neither") << failed;
+}
+
+void VrkUpdateTest::ambiguousMountsEndTheRun()
+{
+    QFETCH(int, status);
+    RecordedSystem::answerWith([status](const QString &line) {
+        return line.startsWith(QLatin1String("mount | grep")) ? status : 0;
+    });
+    MessageLog log;
+    VRKUpdate update(nullptr);
+    update.setImagePath(m_archive);
+    QVERIFY(!run(&update));
+    QCOMPARE(RecordedSystem::commandLines(), wholeRun(m_archive).mid(0, CheckFstab));
+    QCOMPARE(log.messages(QStringLiteral("warning")).last(),
+             QStringLiteral("Could not find active partition"));
+}
+
+void VrkUpdateTest::failingCommands_data()
+{
+    QTest::addColumn<int>("failing");
+    QTest::addColumn<int>("lastCommand");
+    QTest::addColumn<bool>("result");
+    QTest::addColumn<QString>("warning");
+    QTest::addColumn<double>("progress");
+
+    const auto row = [](const char *name, int failing, int last, const char *warning,
+                        double progress) {
+        QTest::newRow(name) << failing << last << (last == LastSync)
+                            << QString::fromLatin1(warning) << progress;
+    };
+    row("unpack prepare", UnpackPrepare, LastSync, "Unpacking prepare setup failed", 1.0);
+    row("run prepare", RunPrepare, LastSync, "prepare setup failed", 1.0);
+    row("fstab check", CheckFstab, CheckFstab, "Cannot find active partition in /etc/fstab", 0.1);
+    row("unmount", Unmount, Unmount, "Unmounting active partition failed!", 0.1);
+    row("mount", Mount, Mount, "Mounting inactive partition failed!", 0.1);
+    row("clear", Clear, Clear, "Clearing inactive partition failed!", 0.15);
+    row("extract", Extract, Extract, "Extract failed", 0.2);
+    row("sync", FirstSync, LastSync, "", 1.0);
+    row("chmod", ChmodSetup, LastSync, "", 1.0);
+    row("setup", RunSetup, RunSetup, "CSetup script failed", 0.99);
+    row("switch", SwitchFstab, SwitchFstab, "Changing fstab failed", 0.99);
+}
+
+void VrkUpdateTest::failingCommands()
+{
+    QFETCH(int, failing);
+    QFETCH(int, lastCommand);
+    QFETCH(QString, warning);
+    answer(failing);
+    MessageLog log;
+    VRKUpdate update(nullptr);
+    update.setImagePath(m_archive);
+    QTEST(run(&update), "result");
+
+    QStringList expected = wholeRun(m_archive).mid(0, lastCommand + 1);
+    if (failing == UnpackPrepare)
+        expected.removeAt(RunPrepare);
+    QCOMPARE(RecordedSystem::commandLines(), expected);
+    const QStringList warnings = log.messages(QStringLiteral("warning"));
+    if (warning.isEmpty())
+        QCOMPARE(warnings.size(), 9);
+    else
+        QCOMPARE(warnings.count(warning), 1);
+    QTEST(update.progress(), "progress");
+}
+
+void VrkUpdateTest::badArchivePaths_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("warning");
+    QTest::newRow("empty") << QString() << QStringLiteral("Image Path cannot be empty");
+    QTest::newRow("nothing there")
+            << QStringLiteral("/nowhere/a.tar.gz")
+            << QStringLiteral("Could not find image file at  \"/nowhere/a.tar.gz\"");
+}
+
+void VrkUpdateTest::badArchivePaths()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, warning);
+    MessageLog log;
+    VRKUpdate update(nullptr);
+    update.setImagePath(path);
+    QVERIFY(!run(&update));
+    QCOMPARE(log.messages(), QStringList(QLatin1String("warning: ") + warning));
+    QCOMPARE(RecordedSystem::commandLines(), QStringList());
+    QCOMPARE(update.progress(), 0.1);
+}
+
+void VrkUpdateTest::unusualArchivePathsAreQuotedInBothCommands()
+{
+    QTemporaryFile file(QDir::tempPath() + QLatin1String("/it's new XXXXXX"));
+    QVERIFY(file.open());
+    VRKUpdate update(nullptr);
+    update.setImagePath(file.fileName());
+    QVERIFY(run(&update));
+
+    QString quoted = file.fileName();
+    quoted = QLatin1Char('\'') + quoted.replace(QLatin1String("'"), QLatin1String("'\\''"))
+            + QLatin1Char('\'');
+    QCOMPARE(RecordedSystem::commandLines(), wholeRun(quoted));
+}
+
+void VrkUpdateTest::prepareScriptIsUnpackedFromTmp()
+{
+    const QString here = QDir::currentPath();
+    QVERIFY(here != QLatin1String("/tmp"));
+    QStringList folders;
+    RecordedSystem::answerWith([&folders](const QString &line) {
+        folders << QDir::currentPath();
+        return line == QLatin1String("mount | grep -c mmcblk1p4") ? failed : 0;
+    });
+    VRKUpdate update(nullptr);
+    update.setImagePath(m_archive);
+    QVERIFY(run(&update));
+    QCOMPARE(folders.takeFirst(), QStringLiteral("/tmp"));
+    QCOMPARE(folders.count(here), LastSync);
+    QCOMPARE(QDir::currentPath(), here);
+}
+
+void VrkUpdateTest::interruptionEndsBetweenCommands_data()
+{
+    QTest::addColumn<int>("during");
+    QTest::addColumn<int>("commands");
+    for (int place = UnpackPrepare; place <= RunSetup; ++place)
+        QTest::addRow("during command %d", place + 1) << place << place + 1;
+    QTest::newRow("once /etc/fstab is switched") << int(SwitchFstab) << LastSync + 1;
+}
+
+void VrkUpdateTest::interruptionEndsBetweenCommands()
+{
+    QFETCH(int, during);
+    QFETCH(int, commands);
+    VRKUpdate update(nullptr);
+    update.setImagePath(m_archive);
+    std::atomic<int> count = 0;
+    RecordedSystem::answerWith([&](const QString &line) {
+        if (count++ == during)
+            update.requestInterruption();
+        return line == QLatin1String("mount | grep -c mmcblk1p4") ? failed : 0;
+    });
+    MessageLog log;
+    QCOMPARE(run(&update), commands > LastSync);
+    QCOMPARE(RecordedSystem::commandLines(), wholeRun(m_archive).mid(0, commands));
+    QCOMPARE(log.messages(QStringLiteral("warning")).count(QStringLiteral("Update interrupted")),
+             commands > LastSync ? 0 : 1);
+}
+
+void VrkUpdateTest::secondRunDropsTheProgressItAlreadyReported()
+{
+    VRKUpdate update(nullptr);
+    QVERIFY(!run(&update));
+    QSignalSpy progress(&update, &VRKUpdate::progressChanged);
+    QVERIFY(!run(&update));
+    QCOMPARE(progress.count(), 0);
+    update.setImagePath(m_archive);
+    QVERIFY(run(&update));
+    QCOMPARE(progress.count(), 5);
+}
+
+QTEST_GUILESS_MAIN(VrkUpdateTest)
+
+#include "tst_vrkupdate.moc"
