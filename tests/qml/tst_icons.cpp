@@ -1,0 +1,73 @@
+#include <QImage>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QtTest>
+
+/// The icons are committed as pixels beside their drawings; these checks keep the two together.
+class TestIcons : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void format_data();
+    void format();
+    void showsItsDrawing_data() { format_data(); }
+    void showsItsDrawing();
+};
+
+void TestIcons::format_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("icon_accept") << QSize(53, 41);
+    QTest::newRow("icon_discard") << QSize(28, 26);
+    QTest::newRow("icon_exitArrow") << QSize(128, 126);
+    QTest::newRow("icon_left_arrow") << QSize(24, 33);
+    QTest::newRow("icon_exitMan") << QSize(128, 126);
+}
+
+static QString iconName()
+{
+    return QLatin1String(QTest::currentDataTag());
+}
+
+static QString resource()
+{
+    return QStringLiteral(":/images/%1.png").arg(iconName());
+}
+
+void TestIcons::format()
+{
+    QFile file(resource());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    QVERIFY(bytes.size() > 25);
+    QCOMPARE(int(bytes.at(24)), 8); // bits per channel
+    QCOMPARE(int(bytes.at(25)), 6); // red, green, blue, alpha
+
+    const QImage icon = QImage::fromData(bytes);
+    QTEST(icon.size(), "size");
+    QCOMPARE(icon.pixelColor(0, 0).alpha(), 0);
+    QCOMPARE(icon.pixelColor(icon.width() - 1, icon.height() - 1).alpha(), 0);
+}
+
+void TestIcons::showsItsDrawing()
+{
+    const QString renderer = QStandardPaths::findExecutable(QStringLiteral("rsvg-convert"));
+    if (renderer.isEmpty())
+        QSKIP("rsvg-convert (librsvg2-bin) is not installed");
+    QProcess process;
+    process.start(renderer, {QStringLiteral(ICON_DRAWINGS "/%1.svg").arg(iconName())});
+    QVERIFY(process.waitForFinished());
+    const QImage drawing = QImage::fromData(process.readAllStandardOutput())
+                                   .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const QImage icon = QImage(resource()).convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    QCOMPARE(drawing.size(), icon.size());
+
+    // Releases of the renderer may differ a little at the edges of a shape, never inside it.
+    const int tolerance = 32;
+    for (int i = 0; i < icon.sizeInBytes(); ++i)
+        QVERIFY(qAbs(drawing.constBits()[i] - icon.constBits()[i]) <= tolerance);
+}
+
+QTEST_GUILESS_MAIN(TestIcons)
+#include "tst_icons.moc"
