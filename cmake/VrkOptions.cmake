@@ -1,8 +1,6 @@
 # How this project's own targets are compiled. Every target links vrk-options; nothing is set globally.
 add_library(vrk-options INTERFACE)
 
-target_compile_features(vrk-options INTERFACE cxx_std_17)
-
 target_compile_definitions(vrk-options INTERFACE
     # Every conversion between bytes and text names its encoding.
     QT_NO_CAST_FROM_ASCII

@@ -1,6 +1,6 @@
 // The library's functions: argument checks and the order of calls.
+#include "instrument.h"
 #include "logger.h"
-#include "session.h"
 #include "vrk-embedded-api.h"
 
 #include <plog/Log.h>
@@ -14,14 +14,14 @@ namespace [[gnu::visibility("hidden")]] instrument {
 
 namespace {
 
-constexpr VRK_ResultCode notInitialized{ -1 };
-constexpr VRK_ResultCode invalidArgument{ -2 };
-constexpr VRK_ResultCode internalError{ -3 };
+constexpr VRK_ResultCode notInitialized { -1 };
+constexpr VRK_ResultCode invalidArgument { -2 };
+constexpr VRK_ResultCode internalError { -3 };
 
 struct Library {
     std::mutex busy; ///< held by initialisation and flashing, which exclude each other
-    std::mutex access; ///< guards session
-    std::shared_ptr<Session> session; ///< null until an initialisation has succeeded
+    std::mutex access; ///< guards current
+    std::shared_ptr<Instrument> current; ///< null until an initialisation has succeeded
 };
 
 Library &library()
@@ -30,31 +30,31 @@ Library &library()
     return instance;
 }
 
-std::shared_ptr<Session> currentSession()
+std::shared_ptr<Instrument> currentInstrument()
 {
     const std::lock_guard<std::mutex> lock(library().access);
-    return library().session;
+    return library().current;
 }
 
-void setSession(std::shared_ptr<Session> session)
+void setInstrument(std::shared_ptr<Instrument> current)
 {
     const std::lock_guard<std::mutex> lock(library().access);
-    library().session = std::move(session);
+    library().current = std::move(current);
 }
 
 VRK_ResultCode initialize(VRK_StatusCallback callback, void *userData, bool debug)
 {
     installLogger(debug);
-    setSession(nullptr);
-    const auto session = std::make_shared<Session>(loadSettings(), callback, userData);
-    const VRK_ResultCode result = session->open();
+    setInstrument(nullptr);
+    const auto current = std::make_shared<Instrument>(loadSettings(), callback, userData);
+    const VRK_ResultCode result = current->open();
     if (result == VRK_RESULT_OK)
-        setSession(session);
+        setInstrument(current);
     return result;
 }
 
 /// Keeps exceptions of the standard library from crossing the C interface.
-template<typename Call>
+template <typename Call>
 VRK_ResultCode guarded(Call call)
 {
     try {
@@ -65,17 +65,17 @@ VRK_ResultCode guarded(Call call)
     }
 }
 
-template<typename Call>
-VRK_ResultCode withSession(Call call)
+template <typename Call>
+VRK_ResultCode withInstrument(Call call)
 {
     return guarded([&] {
-        const std::shared_ptr<Session> session = currentSession();
-        return session == nullptr ? notInitialized : call(*session);
+        const std::shared_ptr<Instrument> current = currentInstrument();
+        return current == nullptr ? notInitialized : call(*current);
     });
 }
 
 /// Answers at once while another thread initialises the library or flashes the board.
-template<typename Call>
+template <typename Call>
 VRK_ResultCode exclusively(Call call)
 {
     const std::unique_lock<std::mutex> busy(library().busy, std::try_to_lock);
@@ -84,7 +84,7 @@ VRK_ResultCode exclusively(Call call)
 
 } // namespace
 
-} // namespace instrument
+} // namespace gnu::visibility("hidden")]]instrument
 
 using namespace instrument;
 
@@ -93,23 +93,22 @@ VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, V
 {
     if (mode != VRK_LIB_MODE_UPDATER)
         return invalidArgument;
-    return exclusively([&] {
-        return guarded([&] { return initialize(callback, userData, debug); });
-    });
+    return exclusively(
+            [&] { return guarded([&] { return initialize(callback, userData, debug); }); });
 }
 
 VRK_ResultCode VRK_GetDeviceInfo(VRK_DeviceInfo *info)
 {
     if (info == nullptr)
         return invalidArgument;
-    return withSession([&](const Session &session) { return session.deviceInfo(*info); });
+    return withInstrument([&](const Instrument &current) { return current.deviceInfo(*info); });
 }
 
 VRK_ResultCode VRK_GetStatus(VRK_Status *status)
 {
     if (status == nullptr)
         return invalidArgument;
-    return withSession([&](const Session &session) { return session.status(*status); });
+    return withInstrument([&](const Instrument &current) { return current.status(*status); });
 }
 
 VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback *progress)
@@ -117,6 +116,6 @@ VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback
     if (path == nullptr)
         return invalidArgument;
     return exclusively([&] {
-        return withSession([&](Session &session) { return session.flash(path, progress); });
+        return withInstrument([&](Instrument &current) { return current.flash(path, progress); });
     });
 }

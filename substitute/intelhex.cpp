@@ -40,17 +40,10 @@ private:
     std::string apply(const HexRecord &record)
     {
         switch (record.type) {
-        case Data:
-            return store(record);
-        case EndOfFile:
-            m_ended = true;
-            break;
-        case ExtendedSegmentAddress:
-            setBase(record, 4);
-            break;
-        case ExtendedLinearAddress:
-            setBase(record, 16);
-            break;
+        case Data: return store(record);
+        case EndOfFile: m_ended = true; break;
+        case ExtendedSegmentAddress: setBase(record, 4); break;
+        case ExtendedLinearAddress: setBase(record, 16); break;
         default: // a start address means nothing to this microcontroller
             break;
         }

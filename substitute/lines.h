@@ -27,4 +27,4 @@ std::string hex(std::size_t value, int digits);
 /// Opens a regular file; the stream is not open when `path` names anything else or cannot be read.
 std::ifstream openRegularFile(const std::filesystem::path &path);
 
-} // namespace instrument
+} // namespace gnu::visibility("hidden")]]instrument

@@ -17,18 +17,12 @@ namespace {
 const char *severityName(plog::Severity severity)
 {
     switch (severity) {
-    case plog::fatal:
-        return "FATAL";
-    case plog::error:
-        return "ERROR";
-    case plog::warning:
-        return "WARN";
-    case plog::info:
-        return "INFO";
-    case plog::debug:
-        return "DEBUG";
-    default:
-        return "VERB";
+    case plog::fatal: return "FATAL";
+    case plog::error: return "ERROR";
+    case plog::warning: return "WARN";
+    case plog::info: return "INFO";
+    case plog::debug: return "DEBUG";
+    default: return "VERB";
     }
 }
 

@@ -51,9 +51,9 @@ const Key keys[] = {
     { "board", "connected", &Settings::connected },
     { "board", "version", &Settings::boardVersion },
     { "board", "flash_result", anyResult(&Settings::flashResult) },
-    { "board", "page_bytes", Number{ &Settings::pageBytes, 1, mostFlashBytes } },
+    { "board", "page_bytes", Number { &Settings::pageBytes, 1, mostFlashBytes } },
     { "board", "page_ms", upTo(10000, &Settings::pageMs) },
-    { "board", "flash_bytes", Number{ &Settings::flashBytes, 1, mostFlashBytes } },
+    { "board", "flash_bytes", Number { &Settings::flashBytes, 1, mostFlashBytes } },
     { "state", "file", &Settings::stateFile },
 };
 

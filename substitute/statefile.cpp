@@ -25,12 +25,13 @@ constexpr std::size_t rowBytes = 32;
 std::string stateText(const std::string &version, const FlashImage &image)
 {
     std::ostringstream text;
-    text << "[board]\nversion = \"" << version << "\"\n\n[flash]\n" << std::hex << std::setfill('0');
+    text << "[board]\nversion = \"" << version << "\"\n\n[flash]\n";
+    text << std::hex << std::setfill('0');
     for (const std::size_t start : image.usedBlocks(rowBytes)) {
         text << "0x" << std::setw(6) << start << " = ";
         const std::size_t end = std::min(start + rowBytes, image.bytes.size());
         for (std::size_t at = start; at < end; ++at)
-            text << std::setw(2) << int{ image.bytes[at] };
+            text << std::setw(2) << int { image.bytes[at] };
         text << '\n';
     }
     return text.str();

@@ -7,5 +7,6 @@ class QCoreApplication;
 bool prepareSignalQuit(QCoreApplication *application);
 
 /// Signal handler: the application leaves its event loop as by QCoreApplication::quit(). A signal
-/// that arrives before the loop runs ends it in its first turn. Async-signal-safe.
+/// that arrives before the loop runs ends it in its first turn. Async-signal-safe. The C library
+/// discards a SIGINT that comes while system() runs a command; a SIGTERM always arrives.
 void signalQuit(int signalNumber);

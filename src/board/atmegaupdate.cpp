@@ -30,12 +30,10 @@ const char *failureText(VRK_ResultCode code)
         return "ATMEGA Upgrade failed because Upgrade storage not mounted";
     case VRK_RESULT_UPGRADE_FILE_NOT_FOUND:
         return "ATMEGA Upgrade failed because Upgrade file not found";
-    case VRK_RESULT_UPGRADE_FILE_ERROR:
-        return "ATMEGA Upgrade failed because Upgrade file error";
+    case VRK_RESULT_UPGRADE_FILE_ERROR: return "ATMEGA Upgrade failed because Upgrade file error";
     case VRK_RESULT_OTHER_INSTANCE_RUNNING:
         return "ATMEGA Upgrade failed because Another instance of ZEPRA is running";
-    default:
-        return "ATMEGA Upgrade failed for unknown reason";
+    default: return "ATMEGA Upgrade failed for unknown reason";
     }
 }
 
@@ -89,8 +87,8 @@ bool AtmegaUpdate::flash()
     }
 
     const VRK_ProgressCallback progressRecord = { progressCallback, this };
-    const VRK_ResultCode code =
-            VRK_FlashATMEGA_file(m_imagePath.toLatin1().constData(), &progressRecord);
+    const VRK_ResultCode code = VRK_FlashATMEGA_file(m_imagePath.toLatin1().constData(),
+                                                     &progressRecord);
     if (code == VRK_RESULT_OK) {
         qWarning() << "ATMEGA Firmware upgrade successfully";
         return true;

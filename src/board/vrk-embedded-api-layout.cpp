@@ -38,7 +38,7 @@ static_assert(offsetof(VRK_DeviceInfo, reserved232) == 232);
 static_assert(offsetof(VRK_DeviceInfo, reserved236) == 236);
 static_assert(offsetof(VRK_DeviceInfo, reserved240) == 240);
 
-template<typename T, std::size_t Size>
+template <typename T, std::size_t Size>
 constexpr bool allZero(const T (&bytes)[Size])
 {
     for (const T byte : bytes) {

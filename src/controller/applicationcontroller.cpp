@@ -7,8 +7,10 @@
 #include "vrkupdate.h"
 
 #include <QDebug>
+#include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QSettings>
+#include <QWindow>
 
 namespace {
 
@@ -50,17 +52,19 @@ ApplicationController::~ApplicationController()
     m_settings.reset();
     endWorker(m_boardUpdater);
     endWorker(m_installer);
+    // The screen goes before what its bindings read.
+    delete m_engine;
 }
 
 void ApplicationController::connectWorkers()
 {
     connect(m_installer, &VRKUpdate::progressChanged, this, &ApplicationController::setProgress);
-    connect(m_boardUpdater, &AtmegaUpdate::progressChanged,
-            this, &ApplicationController::setProgress);
-    connect(m_installer, &VRKUpdate::resultReady,
-            this, &ApplicationController::onVRKUpdateFinished);
-    connect(m_boardUpdater, &AtmegaUpdate::resultReady,
-            this, &ApplicationController::onAtmegaUpdateFinished);
+    connect(m_boardUpdater, &AtmegaUpdate::progressChanged, this,
+            &ApplicationController::setProgress);
+    connect(m_installer, &VRKUpdate::resultReady, this,
+            &ApplicationController::onVRKUpdateFinished);
+    connect(m_boardUpdater, &AtmegaUpdate::resultReady, this,
+            &ApplicationController::onAtmegaUpdateFinished);
 }
 
 QString ApplicationController::instructionsText() const
@@ -187,6 +191,14 @@ void ApplicationController::setVRKInitialized(bool initialized)
 bool ApplicationController::isVRKInitialized() const
 {
     return m_vrkInitialized;
+}
+
+/// Processes the pending events once, a repaint of the screen among them.
+void ApplicationController::drawScreen()
+{
+    for (QWindow *window : QGuiApplication::topLevelWindows())
+        QCoreApplication::postEvent(window, new QEvent(QEvent::UpdateRequest));
+    QCoreApplication::processEvents();
 }
 
 void ApplicationController::showBusyBar()

@@ -25,17 +25,18 @@ class ApplicationController : public QObject
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
     Q_PROPERTY(QString buttonText READ buttonText NOTIFY buttonTextChanged)
     Q_PROPERTY(bool isSilent READ isSilent)
-    Q_PROPERTY(bool isConfirmationVisible READ isConfirmationVisible NOTIFY confirmationVisibleChanged)
+    Q_PROPERTY(
+            bool isConfirmationVisible READ isConfirmationVisible NOTIFY confirmationVisibleChanged)
     Q_PROPERTY(bool isProgressBarVisible READ isProgressBarVisible NOTIFY progressBarVisibleChanged)
-    Q_PROPERTY(bool isProgressBarIndeterminate READ isProgressBarIndeterminate
-               NOTIFY progressBarIndeterminateChanged)
+    Q_PROPERTY(bool isProgressBarIndeterminate READ isProgressBarIndeterminate NOTIFY
+                       progressBarIndeterminateChanged)
     Q_PROPERTY(bool isButtonVisible READ isButtonVisible NOTIFY buttonVisibleChanged)
     Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
     Q_PROPERTY(int expectedDuration READ expectedDuration NOTIFY expectedDurationChanged)
 
 public:
     enum UpdaterMode {
-        UPDATE_ZEPRA,  ///< install the archive named on the command line
+        UPDATE_ZEPRA, ///< install the archive named on the command line
         DISPLAY_ERROR, ///< only show an error: no archive was named
     };
     Q_ENUM(UpdaterMode)
@@ -110,7 +111,7 @@ private:
 
     void startUpdate();
     bool testArchive();
-    void leave(const QString &message, int exitCode);
+    void showLeaving(const QString &message);
 
     void setInstructionsText(const QString &text);
     void setMessage(const QString &message);
@@ -122,6 +123,7 @@ private:
     void setExitCode(int exitCode);
     void setVRKInitialized(bool initialized);
     bool isVRKInitialized() const;
+    static void drawScreen();
     void showBusyBar();
     void setError(const QString &message, ExitCode code);
     void setProgress(double progress, int expectedDurationMsecs);

@@ -4,7 +4,6 @@
 #include "language.h"
 #include "localemanager.h"
 
-#include <QCoreApplication>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QSettings>
@@ -17,7 +16,7 @@
 namespace {
 
 /// The bytes of a library record's text up to its NUL, or all of them where it has none.
-template<std::size_t Size>
+template <std::size_t Size>
 std::string recordText(const char (&text)[Size])
 {
     return std::string(text, strnlen(text, Size));
@@ -48,8 +47,7 @@ void ApplicationController::init()
 {
     setMessage(tr("Welcome to updater"));
     showBusyBar();
-    // The library blocks this thread; without this turn the screen would stay empty meanwhile.
-    QCoreApplication::processEvents();
+    drawScreen(); // the library blocks this thread from here on
 
     if (!initVRK())
         return;
@@ -123,9 +121,7 @@ void ApplicationController::statusCallback(void *context, VRK_ResultCode code, c
 }
 
 /// May be called on any thread of the library.
-void ApplicationController::handleStatusMessage(VRK_ResultCode, const char *)
-{
-}
+void ApplicationController::handleStatusMessage(VRK_ResultCode, const char *) { }
 
 std::string ApplicationController::ExtractVersionFromFilename(const std::string &fileName,
                                                               const std::string &prefix,

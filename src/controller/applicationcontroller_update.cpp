@@ -120,19 +120,20 @@ void ApplicationController::onAtmegaUpdateFinished(bool result)
 
 void ApplicationController::handleButtonCancel()
 {
-    leave(tr("Cancelling..."), EXIT_OK);
+    showLeaving(tr("Cancelling..."));
+    QCoreApplication::exit(0);
 }
 
 void ApplicationController::handleButtonPress()
 {
-    leave(tr("Rebooting..."), exitCode());
+    showLeaving(tr("Rebooting..."));
+    QCoreApplication::exit(exitCode());
 }
 
-void ApplicationController::leave(const QString &message, int exitCode)
+void ApplicationController::showLeaving(const QString &message)
 {
     setButtonVisible(false);
     showBusyBar();
     setMessage(message);
-    QCoreApplication::processEvents();
-    QCoreApplication::exit(exitCode);
+    drawScreen();
 }

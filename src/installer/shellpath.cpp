@@ -5,8 +5,7 @@
 
 QString shellPath(const QString &path)
 {
-    const QString absolute =
-            QDir::isAbsolutePath(path) ? path : QDir::currentPath() + QLatin1Char('/') + path;
+    const QString absolute = QDir::current().absoluteFilePath(path);
 
     static const QRegularExpression plain(QStringLiteral("\\A[A-Za-z0-9_@%+=:,./-]+\\z"));
     if (plain.match(absolute).hasMatch())

@@ -124,11 +124,8 @@ bool VRKUpdate::install()
 
     const QString archive = shellPath(m_imagePath);
     Partitions partitions;
-    return runPrepareScript(archive)
-            && findPartitions(&partitions)
-            && exchangeMounts(partitions)
-            && fillInactivePartition(partitions, archive)
-            && runSetupScript()
+    return runPrepareScript(archive) && findPartitions(&partitions) && exchangeMounts(partitions)
+            && fillInactivePartition(partitions, archive) && runSetupScript()
             && switchPartitions(partitions);
 }
 
@@ -186,23 +183,24 @@ bool VRKUpdate::findPartitions(Partitions *partitions)
         return false;
     }
 
-    partitions->active = firstMounted ? localPartition1() : localPartition2();
-    partitions->inactive = firstMounted ? localPartition2() : localPartition1();
-    qDebug() << "activePartition: " << partitions->active
-             << "inactivePartition: " << partitions->inactive;
-    return require(QLatin1String("cat /etc/fstab | grep -c /dev/") + partitions->active,
+    partitions->activePartition = firstMounted ? localPartition1() : localPartition2();
+    partitions->inactivePartition = firstMounted ? localPartition2() : localPartition1();
+    qDebug() << "activePartition: " << partitions->activePartition
+             << "inactivePartition: " << partitions->inactivePartition;
+    return require(QLatin1String("cat /etc/fstab | grep -c /dev/") + partitions->activePartition,
                    "Cannot find active partition in /etc/fstab");
 }
 
 bool VRKUpdate::exchangeMounts(const Partitions &partitions)
 {
-    qWarning() << "Unmounting active partition " << partitions.active;
-    if (!require(QLatin1String("umount -l /dev/") + partitions.active,
+    qWarning() << "Unmounting active partition " << partitions.activePartition;
+    if (!require(QLatin1String("umount -l /dev/") + partitions.activePartition,
                  "Unmounting active partition failed!"))
         return false;
 
-    qWarning() << "Mounting inactive partition" << partitions.inactive;
-    if (!require(QLatin1String("mount /dev/") + partitions.inactive + QLatin1String(" /usr/local"),
+    qWarning() << "Mounting inactive partition" << partitions.inactivePartition;
+    if (!require(QLatin1String("mount /dev/") + partitions.inactivePartition
+                         + QLatin1String(" /usr/local"),
                  "Mounting inactive partition failed!"))
         return false;
     setProgress(0.15, 4000);
@@ -211,7 +209,7 @@ bool VRKUpdate::exchangeMounts(const Partitions &partitions)
 
 bool VRKUpdate::fillInactivePartition(const Partitions &partitions, const QString &archive)
 {
-    qWarning() << "Clearing inactive partition" << partitions.inactive;
+    qWarning() << "Clearing inactive partition" << partitions.inactivePartition;
     if (!require(QStringLiteral("rm -rf /usr/local/*"), "Clearing inactive partition failed!"))
         return false;
     setProgress(0.2, 4000);
@@ -243,10 +241,10 @@ bool VRKUpdate::runSetupScript()
 bool VRKUpdate::switchPartitions(const Partitions &partitions)
 {
     if (!require(QStringLiteral("sed -i 's/%1/%2/g' /etc/fstab")
-                         .arg(partitions.active, partitions.inactive),
+                         .arg(partitions.activePartition, partitions.inactivePartition),
                  "Changing fstab failed"))
         return false;
-    qDebug() << "Set activePartition to " << partitions.inactive;
+    qDebug() << "Set activePartition to " << partitions.inactivePartition;
 
     execSystem(QStringLiteral("sync"));
     setProgress(1.0, 20);

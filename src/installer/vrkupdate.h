@@ -39,8 +39,8 @@ private slots:
 
 private:
     struct Partitions {
-        QString active;
-        QString inactive;
+        QString activePartition;
+        QString inactivePartition;
     };
 
     // The stages of a run, in their order. Each logs why it fails.

@@ -121,7 +121,7 @@ Window {
         onAccepted: _appController.handleButtonContinue()
         onRejected: _appController.handleButtonCancel()
         onVisibleChanged: {
-            if (root.visible && !visible)
+            if (!visible)
                 root.dropFocus()
         }
     }
@@ -137,8 +137,6 @@ Window {
         icon: Style.exitArrowIcon
         onClicked: _appController.handleButtonPress()
         onVisibleChanged: {
-            if (!root.visible)
-                return
             if (visible)
                 forceActiveFocus()
             else

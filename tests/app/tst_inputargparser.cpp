@@ -23,8 +23,8 @@ void InputArgParserTest::options_data()
     QTest::newRow("option as value") << QByteArrayList({ "-u", "-u" }) << true << QByteArray("-u");
     QTest::newRow("first counts") << QByteArrayList({ "-u", "a", "-u", "b" }) << true
                                   << QByteArray("a");
-    QTest::newRow("whole tokens only") << QByteArrayList({ "-ux", "-U", "--u" }) << false
-                                       << QByteArray();
+    QTest::newRow("whole tokens only")
+            << QByteArrayList({ "-ux", "-U", "--u" }) << false << QByteArray();
 }
 
 void InputArgParserTest::options()

@@ -17,11 +17,11 @@ private slots:
     void boardUpdaterRefuses() { refuses<AtmegaUpdate>(); }
 
 private:
-    template<typename Worker>
+    template <typename Worker>
     static void refuses();
 };
 
-template<typename Worker>
+template <typename Worker>
 void OtherProcessorTest::refuses()
 {
     FakeInstrument::reset();
@@ -36,8 +36,8 @@ void OtherProcessorTest::refuses()
 
     QCOMPARE(QList<QVariantList>(results), QList<QVariantList>({ { false } }));
     QCOMPARE(progress.count(), 0);
-    QCOMPARE(log.messages(), QStringList(QStringLiteral(
-                                     "warning: Update is not supported on non-ARM platforms")));
+    QCOMPARE(log.messages(),
+             QStringList(QStringLiteral("warning: Update is not supported on non-ARM platforms")));
     QCOMPARE(RecordedSystem::commandLines(), QStringList());
     QCOMPARE(fakeInstrument().calls.size(), 2); // in and out of the scope, no flash
 }

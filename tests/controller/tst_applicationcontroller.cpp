@@ -58,7 +58,7 @@ RecordKeeper &logRecords()
     return keeper;
 }
 
-template<std::size_t Size>
+template <std::size_t Size>
 void setText(char (&field)[Size], const char *text)
 {
     qstrncpy(field, text, Size);
@@ -119,7 +119,8 @@ private slots:
 private:
     std::unique_ptr<Controller> make(Controller::UpdaterMode mode, bool silent,
                                      const QString &path = QString());
-    /// Runs the event loop until it ends or `condition` holds; the loop's status, -1 if it did not end.
+    /// Runs the event loop until it ends or `condition` holds; the loop's status, -1 if it did not
+    /// end.
     static int runLoop(const std::function<bool()> &condition = nullptr);
     QString archiveFile(const QString &name);
     static void addFirmware(const QString &name, int ageDays = 0);
@@ -189,9 +190,10 @@ void ApplicationControllerTest::loadedScreen()
     QCOMPARE(controller->buttonText(), QStringLiteral("Reboot"));
     QCOMPARE(controller->expectedDuration(), 1000);
     QCOMPARE(controller->progress(), 0.0);
-    QCOMPARE(log.messages(), QStringList(QStringLiteral(
-            "info: ApplicationController::ApplicationController init with mode:  0"
-            "  Path: \"/a.tar.gz\"")));
+    QCOMPARE(log.messages(),
+             QStringList(QStringLiteral(
+                     "info: ApplicationController::ApplicationController init with mode:  0"
+                     "  Path: \"/a.tar.gz\"")));
     QCOMPARE(fakeInstrument().calls, QStringList());
     QCOMPARE(screen(*make(Controller::UPDATE_ZEPRA, true)), QStringLiteral("|"));
 
@@ -199,11 +201,13 @@ void ApplicationControllerTest::loadedScreen()
     QStringList methods;
     for (int i = meta->methodOffset(); i < meta->methodCount(); ++i)
         methods << QString::fromLatin1(meta->method(i).name());
-    QCOMPARE(methods.join(QLatin1Char(' ')), inLatin1(
-            "messageChanged confirmationVisibleChanged instructionsTextChanged buttonTextChanged"
-            " progressBarVisibleChanged progressBarIndeterminateChanged progressChanged"
-            " buttonVisibleChanged expectedDurationChanged init onAtmegaUpdateFinished"
-            " onVRKUpdateFinished handleButtonCancel handleButtonContinue handleButtonPress"));
+    QCOMPARE(methods.join(QLatin1Char(' ')),
+             inLatin1("messageChanged confirmationVisibleChanged instructionsTextChanged "
+                      "buttonTextChanged"
+                      " progressBarVisibleChanged progressBarIndeterminateChanged progressChanged"
+                      " buttonVisibleChanged expectedDurationChanged init onAtmegaUpdateFinished"
+                      " onVRKUpdateFinished handleButtonCancel handleButtonContinue "
+                      "handleButtonPress"));
 }
 
 void ApplicationControllerTest::startUp_data()
@@ -217,7 +221,8 @@ void ApplicationControllerTest::startUp_data()
     QTest::newRow("question")
             << true << false << 0
             << inLatin1("Please do not remove the usb drive or power off the device|"
-                        "Are you sure you want to update the system from  to unknown?|yes/no") << 3;
+                        "Are you sure you want to update the system from  to unknown?|yes/no")
+            << 3;
     QTest::newRow("silent, archive gone")
             << true << true << 0 << inLatin1("|Required update files missing|Reboot") << 3;
     QTest::newRow("no archive named")
@@ -241,7 +246,8 @@ void ApplicationControllerTest::startUp()
     QCoreApplication::processEvents();
 
     QTEST(screen(controller), "expected");
-    QCOMPARE(controller.isProgressBarIndeterminate(), libraryCalls == 1 || (archiveNamed && silent));
+    QCOMPARE(controller.isProgressBarIndeterminate(),
+             libraryCalls == 1 || (archiveNamed && silent));
     const QStringList calls = { QStringLiteral("VRK_Lib_Initialize"),
                                 QStringLiteral("VRK_GetDeviceInfo"),
                                 QStringLiteral("VRK_GetStatus") };
@@ -272,7 +278,8 @@ void ApplicationControllerTest::question_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("offered");
-    QTest::newRow("version") << inLatin1("/media/usb/zepra_update_v3.4.5.tar.gz") << inLatin1("3.4.5");
+    QTest::newRow("version") << inLatin1("/media/usb/zepra_update_v3.4.5.tar.gz")
+                             << inLatin1("3.4.5");
     QTest::newRow("percent signs") << inLatin1("/zepra_update_v%1%2.tar.gz") << inLatin1("%1%2");
     QTest::newRow("not Latin") << QStringLiteral("/zepra_update_v3-б.tar.gz")
                                << QStringLiteral("3-б");
@@ -302,8 +309,8 @@ void ApplicationControllerTest::versionTextsEndWithTheirRecord()
     };
     const auto controller = make(Controller::UPDATE_ZEPRA, false);
     QCoreApplication::processEvents();
-    QVERIFY(controller->message().contains(
-            QLatin1String("from ") + QString(21, QLatin1Char('7')) + QLatin1String(" to")));
+    QVERIFY(controller->message().contains(QLatin1String("from ") + QString(21, QLatin1Char('7'))
+                                           + QLatin1String(" to")));
 }
 
 void ApplicationControllerTest::extractVersion_data()
@@ -328,8 +335,9 @@ void ApplicationControllerTest::extractVersion()
 {
     QFETCH(QByteArray, name);
     QFETCH(QByteArray, version);
-    QCOMPARE(Controller::ExtractVersionFromFilename(name.toStdString(), "zepra_update_v", ".tar.gz"),
-             version.toStdString());
+    QCOMPARE(
+            Controller::ExtractVersionFromFilename(name.toStdString(), "zepra_update_v", ".tar.gz"),
+            version.toStdString());
 }
 
 void ApplicationControllerTest::storedLanguage()
@@ -411,8 +419,9 @@ void ApplicationControllerTest::secondStartIsRefused()
     QCoreApplication::processEvents();
     MessageLog log;
     controller->handleButtonContinue();
-    QCOMPARE(log.messages(QStringLiteral("warning")).count(
-                     QStringLiteral("Update is already running in background thread!")), 1);
+    QCOMPARE(log.messages(QStringLiteral("warning"))
+                     .count(QStringLiteral("Update is already running in background thread!")),
+             1);
     QCOMPARE(screen(*controller), QStringLiteral("|Welcome to updater|busy"));
     hold = false;
     QTRY_COMPARE(screen(*controller), QStringLiteral("|Error upgrading firmware|Reboot"));
@@ -426,8 +435,8 @@ void ApplicationControllerTest::firmwareSelection_data()
     QTest::addColumn<bool>("flashed");
     QTest::addColumn<QString>("record");
     const QString same = inLatin1("INFO Versions are the same, ignoring ATMEGA update");
-    const QString absent =
-            inLatin1("ERROR Measurement board not connected, ignoring ATMEGA update");
+    const QString absent = inLatin1(
+            "ERROR Measurement board not connected, ignoring ATMEGA update");
     const auto row = [](const char *name, const char *file, const char *board, bool connected,
                         bool flashed, const QString &record) {
         QTest::newRow(name) << inLatin1(file) << inLatin1(board) << connected << flashed << record;
@@ -471,8 +480,8 @@ void ApplicationControllerTest::firmwareSelection()
     QTRY_COMPARE(controller->message(), QStringLiteral("Firmware upgrade successful"));
     const QString path = inLatin1(firmwareFolder) + QLatin1Char('/') + file;
     QCOMPARE(flashedPaths, flashed ? QStringList(path) : QStringList());
-    const std::string newVersion =
-            Controller::ExtractVersionFromFilename(file.toStdString(), "ZEPRA_AFW_", ".hex");
+    const std::string newVersion = Controller::ExtractVersionFromFilename(file.toStdString(),
+                                                                          "ZEPRA_AFW_", ".hex");
     QStringList records = { QLatin1String("INFO Current ATMEGA version: ") + boardVersion,
                             QLatin1String("INFO New ATMEGA version: ")
                                     + QString::fromStdString(newVersion) };
@@ -543,8 +552,8 @@ void ApplicationControllerTest::endings()
         expected.prepend(inLatin1("Please do not remove the usb drive or power off the device"));
     QCOMPARE(screen(*controller), expected);
     QCOMPARE(controller->progress(), installed ? 1.0 : 0.99);
-    QCOMPARE(logRecords().records.count(inLatin1(
-                     "WARN Update finished successfully, please reboot the device to complete update")),
+    QCOMPARE(logRecords().records.count(inLatin1("WARN Update finished successfully, please reboot "
+                                                 "the device to complete update")),
              silent && installed && flashResult == 0 ? 1 : 0);
 }
 
@@ -564,8 +573,9 @@ void ApplicationControllerTest::progressOnlyRises()
 {
     const auto controller = make(Controller::UPDATE_ZEPRA, false);
     QStringList signalled;
-    connect(controller.get(), &Controller::expectedDurationChanged,
-            [&] { signalled << QStringLiteral("duration %1").arg(controller->expectedDuration()); });
+    connect(controller.get(), &Controller::expectedDurationChanged, [&] {
+        signalled << QStringLiteral("duration %1").arg(controller->expectedDuration());
+    });
     connect(controller.get(), &Controller::progressChanged,
             [&] { signalled << QStringLiteral("progress %1").arg(controller->progress()); });
     MessageLog log;
@@ -577,7 +587,8 @@ void ApplicationControllerTest::progressOnlyRises()
     emit board->progressChanged(0.9, 2000);
 
     const QStringList expected = { QStringLiteral("progress 0.1"), QStringLiteral("duration 43000"),
-                                   QStringLiteral("progress 0.9"), QStringLiteral("duration 2000") };
+                                   QStringLiteral("progress 0.9"),
+                                   QStringLiteral("duration 2000") };
     QCOMPARE(signalled, expected);
     const QStringList messages = { QStringLiteral("warning: Progress update: 0.1"),
                                    QStringLiteral("warning: Progress update: 0.9") };
@@ -624,8 +635,8 @@ void ApplicationControllerTest::destructionAwaitsTheFlash()
 
 int main(int argc, char **argv)
 {
-    s_noPrivateFolders =
-            enterPrivateFolders({ QStringLiteral("/usr/local/share"), QStringLiteral("/var") });
+    s_noPrivateFolders = enterPrivateFolders(
+            { QStringLiteral("/usr/local/share"), QStringLiteral("/var") });
     QGuiApplication application(argc, argv);
     ApplicationControllerTest test;
     return QTest::qExec(&test, argc, argv);

@@ -157,8 +157,9 @@ void VrkUpdateTest::installsAndReports()
     QStringList debug;
     for (const QString &line : wholeRun(m_archive))
         debug << QLatin1Char('"') + line + QLatin1Char('"');
-    debug.insert(CheckFstab, QStringLiteral("activePartition:  \"mmcblk1p3\""
-                                            " inactivePartition:  \"mmcblk1p4\""));
+    debug.insert(CheckFstab,
+                 QStringLiteral("activePartition:  \"mmcblk1p3\""
+                                " inactivePartition:  \"mmcblk1p4\""));
     debug.insert(debug.size() - 1, QStringLiteral("Set activePartition to  \"mmcblk1p4\""));
     QCOMPARE(log.messages(QStringLiteral("debug")), debug);
 
@@ -214,8 +215,8 @@ void VrkUpdateTest::failingCommands_data()
 
     const auto row = [](const char *name, int failing, int last, const char *warning,
                         double progress) {
-        QTest::newRow(name) << failing << last << (last == LastSync)
-                            << QString::fromLatin1(warning) << progress;
+        QTest::newRow(name) << failing << last << (last == LastSync) << QString::fromLatin1(warning)
+                            << progress;
     };
     row("unpack prepare", UnpackPrepare, LastSync, "Unpacking prepare setup failed", 1.0);
     row("run prepare", RunPrepare, LastSync, "prepare setup failed", 1.0);

@@ -98,8 +98,9 @@ void LocaleManagerTest::missingTranslationIsReportedAndSet()
     QSignalSpy changes(&manager, &LocaleManager::languageChanged);
     MessageLog log;
     manager.setLanguage(QStringLiteral("is"));
-    QCOMPARE(log.messages(), QStringList(QStringLiteral(
-            "warning: Could not load translations for vrk-updater and language \"is\"")));
+    QCOMPARE(log.messages(),
+             QStringList(QStringLiteral(
+                     "warning: Could not load translations for vrk-updater and language \"is\"")));
     QCOMPARE(changes.count(), 1);
     QCOMPARE(manager.language(), QStringLiteral("is"));
     QCOMPARE(translatedReboot(), QStringLiteral("Reboot"));

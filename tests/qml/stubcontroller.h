@@ -12,10 +12,11 @@ class StubController : public QObject
     Q_PROPERTY(QString instructionsText MEMBER instructionsText NOTIFY instructionsTextChanged)
     Q_PROPERTY(QString message MEMBER message NOTIFY messageChanged)
     Q_PROPERTY(QString buttonText MEMBER buttonText NOTIFY buttonTextChanged)
-    Q_PROPERTY(bool isConfirmationVisible MEMBER confirmationVisible NOTIFY confirmationVisibleChanged)
+    Q_PROPERTY(
+            bool isConfirmationVisible MEMBER confirmationVisible NOTIFY confirmationVisibleChanged)
     Q_PROPERTY(bool isProgressBarVisible MEMBER progressBarVisible NOTIFY progressBarVisibleChanged)
-    Q_PROPERTY(bool isProgressBarIndeterminate MEMBER progressBarIndeterminate
-               NOTIFY progressBarIndeterminateChanged)
+    Q_PROPERTY(bool isProgressBarIndeterminate MEMBER progressBarIndeterminate NOTIFY
+                       progressBarIndeterminateChanged)
     Q_PROPERTY(bool isButtonVisible MEMBER buttonVisible NOTIFY buttonVisibleChanged)
     Q_PROPERTY(double progress MEMBER progress NOTIFY progressChanged)
     Q_PROPERTY(int expectedDuration MEMBER expectedDuration NOTIFY expectedDurationChanged)

@@ -10,8 +10,9 @@ int main(int argc, char **argv)
     Warnings warnings;
     QQmlEngine::setObjectOwnership(&warnings, QQmlEngine::CppOwnership);
     static Warnings *const shared = &warnings;
-    qmlRegisterSingletonType<Warnings>("TestSupport", 1, 0, "Warnings",
-                                       [](QQmlEngine *, QJSEngine *) -> QObject * { return shared; });
+    qmlRegisterSingletonType<Warnings>(
+            "TestSupport", 1, 0, "Warnings",
+            [](QQmlEngine *, QJSEngine *) -> QObject * { return shared; });
 
     char importOption[] = "-import";
     char resourceRoot[] = ":/";

@@ -43,8 +43,8 @@ void TestMainScreen::geometry_data()
     QTest::addColumn<QRectF>("bottom");
     QTest::addColumn<qreal>("messageBelowBar");
     QTest::addColumn<qreal>("messageAlone");
-    QTest::newRow("minimum, unasked") << QSize() << QRectF(160, 228, 480, 24)
-                                      << QRectF(0, 432, 800, 48) << 216.0 << 240.0;
+    QTest::newRow("minimum, unasked")
+            << QSize() << QRectF(160, 228, 480, 24) << QRectF(0, 432, 800, 48) << 216.0 << 240.0;
     QTest::newRow("larger") << QSize(1280, 800) << QRectF(256, 380, 768, 40)
                             << QRectF(0, 720, 1280, 80) << 360.0 << 400.0;
 }
@@ -58,7 +58,8 @@ void TestMainScreen::geometry()
     QTEST(Screen::place(screen()->item("rebootButton")), "bottom");
     QTEST(Screen::place(screen()->item("progressBar")), "bar");
     QTEST(Screen::place(barContent()), "bar");
-    QCOMPARE(Screen::place(screen()->item("background")), QRectF(QPointF(), screen()->window()->size()));
+    QCOMPARE(Screen::place(screen()->item("background")),
+             QRectF(QPointF(), screen()->window()->size()));
 
     const qreal middle = screen()->window()->width() / 2.0;
     const QRectF instructions = Screen::place(screen()->item("powerMessage"));
@@ -81,7 +82,8 @@ void TestMainScreen::stripes()
     for (const QQuickItem *stripe : busyRow()->childItems()) {
         if (!stripe->inherits("QQuickRectangle"))
             continue;
-        const QColor expected = count % 2 == 0 ? QColor(0xd9, 0xd9, 0xd9) : QColor(0x00, 0x94, 0x44);
+        const QColor expected = count % 2 == 0 ? QColor(0xd9, 0xd9, 0xd9)
+                                               : QColor(0x00, 0x94, 0x44);
         QCOMPARE(stripe->property("color").value<QColor>(), expected);
         QCOMPARE(stripe->size(), QSizeF(20, 24));
         QCOMPARE(stripe->x(), count * 20.0);
@@ -106,7 +108,7 @@ void TestMainScreen::busyAndValue()
     QCOMPARE(animator->property("loops").toInt(), -1);
 
     set("isProgressBarVisible", true);
-    for (const bool busy : {false, true, false}) {
+    for (const bool busy : { false, true, false }) {
         set("isProgressBarIndeterminate", busy);
         QCOMPARE(busyRow()->isVisible(), busy);
         QCOMPARE(fill()->isVisible(), !busy);

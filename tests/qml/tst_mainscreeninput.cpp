@@ -91,7 +91,7 @@ void TestMainScreenInput::hiddenElementsHearNoKeys()
     press(Qt::Key_Return);
     press(Qt::Key_Return);
     QCOMPARE(screen()->controller.calls,
-             QStringList({QStringLiteral("continue"), QStringLiteral("press")}));
+             QStringList({ QStringLiteral("continue"), QStringLiteral("press") }));
 }
 
 void TestMainScreenInput::decisions_data()
@@ -101,19 +101,21 @@ void TestMainScreenInput::decisions_data()
     QTest::addColumn<Keys>("keys");
     QTest::addColumn<bool>("button");
     QTest::addColumn<QStringList>("calls");
-    const QStringList yes{QStringLiteral("continue")};
-    const QStringList no{QStringLiteral("cancel")};
-    const QStringList reboot{QStringLiteral("press")};
+    const QStringList yes { QStringLiteral("continue") };
+    const QStringList no { QStringLiteral("cancel") };
+    const QStringList reboot { QStringLiteral("press") };
     QTest::newRow("yes, touch") << QPoint(200, 456) << Keys() << false << yes;
     QTest::newRow("no, touch") << QPoint(600, 456) << Keys() << false << no;
     QTest::newRow("reboot, touch") << QPoint(400, 456) << Keys() << true << reboot;
     QTest::newRow("beside, touch") << QPoint(400, 300) << Keys() << false << QStringList();
-    QTest::newRow("yes, key") << QPoint() << Keys{Qt::Key_Return} << false << yes;
-    QTest::newRow("no, key") << QPoint() << Keys{Qt::Key_Right, Qt::Key_Return} << false << no;
-    QTest::newRow("reboot, key") << QPoint() << Keys{Qt::Key_Return} << true << reboot;
-    QTest::newRow("knob") << QPoint() << Keys{Qt::Key_H, Qt::Key_L} << false << QStringList();
-    QTest::newRow("knob on reboot") << QPoint() << Keys{Qt::Key_H, Qt::Key_L} << true << QStringList();
-    QTest::newRow("up and keypad") << QPoint() << Keys{Qt::Key_Up, Qt::Key_Enter} << false << QStringList();
+    QTest::newRow("yes, key") << QPoint() << Keys { Qt::Key_Return } << false << yes;
+    QTest::newRow("no, key") << QPoint() << Keys { Qt::Key_Right, Qt::Key_Return } << false << no;
+    QTest::newRow("reboot, key") << QPoint() << Keys { Qt::Key_Return } << true << reboot;
+    QTest::newRow("knob") << QPoint() << Keys { Qt::Key_H, Qt::Key_L } << false << QStringList();
+    QTest::newRow("knob on reboot")
+            << QPoint() << Keys { Qt::Key_H, Qt::Key_L } << true << QStringList();
+    QTest::newRow("up and keypad")
+            << QPoint() << Keys { Qt::Key_Up, Qt::Key_Enter } << false << QStringList();
 }
 
 void TestMainScreenInput::decisions()

@@ -38,5 +38,5 @@ private:
                 || text.startsWith(QLatin1String("QStandardPaths: "));
     }
 
-    std::optional<MessageLog> m_log{std::in_place};
+    std::optional<MessageLog> m_log { std::in_place };
 };

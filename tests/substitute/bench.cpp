@@ -41,7 +41,8 @@ QByteArray Bench::read(const char *name) const
 
 VRK_ResultCode Bench::start(const QByteArray &settings) const
 {
-    write("settings.ini", "[instrument]\ninitialize_ms = 0\n[board]\npage_ms = 0\n[state]\nfile = "
+    write("settings.ini",
+          "[instrument]\ninitialize_ms = 0\n[board]\npage_ms = 0\n[state]\nfile = "
                   + QFile::encodeName(path("state/board.ini")) + "\n" + settings);
     return VRK_Lib_Initialize(nullptr, nullptr, VRK_LIB_MODE_UPDATER, true);
 }

@@ -18,7 +18,8 @@ struct FakeInstrument {
 
     VRK_Lib_Mode mode = {};
     bool debug = false;
-    QStringList calls; ///< names of the functions called, in their order, and the scopes "+name", "-name"
+    QStringList calls; ///< names of the functions called, in their order, and the scopes "+name",
+                       ///< "-name"
 
     /// Puts everything back to an instrument that answers 0 and knows nothing.
     static void reset();

@@ -10,7 +10,8 @@ namespace {
 
 QString failure(const char *step)
 {
-    return QStringLiteral("cannot make private folders (%1: %2); this needs root or user namespaces")
+    return QStringLiteral(
+                   "cannot make private folders (%1: %2); this needs root or user namespaces")
             .arg(QString::fromLatin1(step), QString::fromLocal8Bit(std::strerror(errno)));
 }
 

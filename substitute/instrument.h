@@ -10,11 +10,11 @@
 namespace [[gnu::visibility("hidden")]] instrument {
 
 /// All members may be used on any thread; only one flash at a time.
-class Session
+class Instrument
 {
 public:
     /// `callback` may be null.
-    Session(Settings settings, VRK_StatusCallback callback, void *userData);
+    Instrument(Settings settings, VRK_StatusCallback callback, void *userData);
 
     /// Takes the time of an initialisation and returns its result.
     VRK_ResultCode open() const;
@@ -35,4 +35,4 @@ private:
     void *m_userData;
 };
 
-} // namespace instrument
+} // namespace gnu::visibility("hidden")]]instrument

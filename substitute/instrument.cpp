@@ -1,4 +1,4 @@
-#include "session.h"
+#include "instrument.h"
 
 #include "intelhex.h"
 #include "lines.h"
@@ -15,7 +15,7 @@ namespace instrument {
 
 namespace {
 
-template<std::size_t Size>
+template <std::size_t Size>
 void copyText(const std::string &text, char (&field)[Size])
 {
     const std::size_t length = std::min(text.size(), Size - 1);
@@ -48,7 +48,7 @@ VRK_ResultCode readImage(const std::string &path, int flashBytes, FlashImage &im
 
 } // namespace
 
-Session::Session(Settings settings, VRK_StatusCallback callback, void *userData)
+Instrument::Instrument(Settings settings, VRK_StatusCallback callback, void *userData)
     : m_settings(std::move(settings))
     , m_board(m_settings)
     , m_callback(callback)
@@ -56,7 +56,7 @@ Session::Session(Settings settings, VRK_StatusCallback callback, void *userData)
 {
 }
 
-VRK_ResultCode Session::open() const
+VRK_ResultCode Instrument::open() const
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(m_settings.initializeMs));
     const auto result = static_cast<VRK_ResultCode>(m_settings.initializeResult);
@@ -69,22 +69,22 @@ VRK_ResultCode Session::open() const
     return report(result, "Initialised");
 }
 
-VRK_ResultCode Session::deviceInfo(VRK_DeviceInfo &info) const
+VRK_ResultCode Instrument::deviceInfo(VRK_DeviceInfo &info) const
 {
-    info = VRK_DeviceInfo{};
+    info = VRK_DeviceInfo {};
     copyText(systemVersion(), info.systemVersion);
     copyText(m_board.version(), info.atmegaVersion);
     return static_cast<VRK_ResultCode>(m_settings.deviceInfoResult);
 }
 
-VRK_ResultCode Session::status(VRK_Status &status) const
+VRK_ResultCode Instrument::status(VRK_Status &status) const
 {
-    status = VRK_Status{};
+    status = VRK_Status {};
     status.boardConnected = m_board.connected() ? 1 : 0;
     return static_cast<VRK_ResultCode>(m_settings.statusResult);
 }
 
-VRK_ResultCode Session::flash(const std::string &path, const VRK_ProgressCallback *progress)
+VRK_ResultCode Instrument::flash(const std::string &path, const VRK_ProgressCallback *progress)
 {
     FlashImage image;
     const VRK_ResultCode read = readImage(path, m_settings.flashBytes, image);
@@ -94,14 +94,14 @@ VRK_ResultCode Session::flash(const std::string &path, const VRK_ProgressCallbac
     return report(result, result == VRK_RESULT_OK ? "Board flashed" : "Flashing failed");
 }
 
-VRK_ResultCode Session::report(VRK_ResultCode code, const char *message) const
+VRK_ResultCode Instrument::report(VRK_ResultCode code, const char *message) const
 {
     if (m_callback != nullptr)
         m_callback(m_userData, code, message);
     return code;
 }
 
-std::string Session::systemVersion() const
+std::string Instrument::systemVersion() const
 {
     std::ifstream file = openRegularFile(m_settings.systemVersionFile);
     if (!file.is_open())
