@@ -1,0 +1,130 @@
+"""Sample systems: what the simulated instrument runs, and what the sample archive brings."""
+
+import hashlib
+import os
+import random
+import shutil
+import subprocess
+import tempfile
+from pathlib import Path
+
+MAKE_ARCHIVE = Path(__file__).resolve().parent.parent / "tools" / "make-archive"
+TIME = 1_700_000_000
+BALLAST_FILES = 5
+BALLAST_BYTES = 8 * 1024 * 1024
+FIRMWARE_BYTES = 32 * 1024
+HEX_RECORD_BYTES = 16
+
+TRACES = "/var/lib/zepra"
+SETUP_TRACE = "share/zentar/setup-done"
+
+PREPARE_SCRIPT = f"""\
+#!/bin/sh
+# Runs below /tmp, before the system in use is unmounted.
+mkdir -p {TRACES}
+echo "prepared for {{version}}" >> {TRACES}/prepare.log
+"""
+
+SETUP_SCRIPT = f"""\
+#!/bin/sh
+# Runs from the freshly filled partition, before the instrument is switched to it.
+set -e
+mkdir -p {TRACES}
+echo {{version}} > /usr/local/{SETUP_TRACE}
+echo "set up {{version}}" >> {TRACES}/setup.log
+"""
+
+ODD_NAMES = [
+    "name with blanks.txt",
+    "it's \"quoted\" & $dollared; `ticked`.txt",
+    "Größe und Maß – 測定.txt",
+    "-rf",
+    ".hidden",
+    "back\\slash",
+    "n" * 200 + ".txt",
+]
+
+
+def write_system(folder, version, firmware_version, translations=None):
+    """Fills a folder with a small system, as it lies on a system partition."""
+    share = folder / "share" / "zentar"
+    (folder / "bin").mkdir(parents=True)
+    (share / "atmega").mkdir(parents=True)
+    (share / "version").write_text(f"{version}\n")
+    firmware = share / "atmega" / f"ZEPRA_AFW_{firmware_version}.hex"
+    firmware.write_text(intel_hex(seeded_bytes(firmware_version, FIRMWARE_BYTES)))
+    _write_script(folder / "bin" / "zepra-gui", f"#!/bin/sh\necho {version}\n")
+    if translations:
+        shutil.copytree(translations, share / "translations")
+
+
+def write_update(root, version, firmware_version, ballast_files=BALLAST_FILES):
+    """Fills root with "usr/local" for an update archive: a system, both scripts, some bulk."""
+    folder = root / "usr" / "local"
+    write_system(folder, version, firmware_version)
+    _write_script(folder / "bin" / "zepra-prepare-update.sh", PREPARE_SCRIPT.format(version=version))
+    _write_script(folder / "bin" / "zepra-setup.sh", SETUP_SCRIPT.format(version=version))
+    _write_odd_names(folder / "share" / "zentar" / "odd")
+    (folder / "lib").mkdir()
+    for number in range(ballast_files):
+        ballast = semi_compressible(f"{version}.{number}", BALLAST_BYTES)
+        (folder / "lib" / f"libzentar-{number}.so").write_bytes(ballast)
+    for path in root.rglob("*"):
+        os.utime(path, (TIME, TIME), follow_symlinks=False)
+
+
+def sample_archive(cache, version, firmware_version):
+    """The path of the sample archive of these versions; made when the cache lacks it."""
+    sources = Path(__file__).read_bytes() + MAKE_ARCHIVE.read_bytes()
+    stamp = hashlib.sha256(sources + firmware_version.encode()).hexdigest()[:12]
+    archive = cache / stamp / f"zepra_update_v{version}.tar.gz"
+    if not archive.exists():
+        print(f"making a sample update archive: {archive}", flush=True)
+        archive.parent.mkdir(parents=True, exist_ok=True)
+        with tempfile.TemporaryDirectory(dir=archive.parent) as folder:
+            root = Path(folder, "root")
+            write_update(root, version, firmware_version)
+            subprocess.run([MAKE_ARCHIVE, root, "--version", version, "--output", folder],
+                           check=True, stdout=subprocess.DEVNULL)
+            Path(folder, archive.name).replace(archive)
+    return archive
+
+
+def seeded_bytes(seed, size):
+    """Bytes that look random and are the same for the same seed."""
+    return random.Random(seed).randbytes(size)
+
+
+def semi_compressible(seed, size):
+    """Bytes that gzip roughly halves, like a stripped library."""
+    chunk = 512
+    noise = seeded_bytes(seed, size // 2)
+    filler = bytes(range(256)) * (chunk // 256)
+    chunks = [noise[at:at + chunk] + filler for at in range(0, len(noise), chunk)]
+    return b"".join(chunks)[:size]
+
+
+def intel_hex(image):
+    """The image as Intel HEX text, from address 0; it must fit into 64 KiB."""
+    records = [_hex_record(at, 0, image[at:at + HEX_RECORD_BYTES])
+               for at in range(0, len(image), HEX_RECORD_BYTES)]
+    return "\n".join(records + [_hex_record(0, 1, b"")]) + "\n"
+
+
+def _hex_record(address, kind, data):
+    content = bytes([len(data), address >> 8, address & 0xFF, kind]) + data
+    checksum = -sum(content) & 0xFF
+    return f":{content.hex().upper()}{checksum:02X}"
+
+
+def _write_script(path, text):
+    path.write_text(text)
+    path.chmod(0o755)
+
+
+def _write_odd_names(folder):
+    (folder / "empty folder").mkdir(parents=True)
+    for name in ODD_NAMES:
+        (folder / name).write_text(f"{name}\n")
+    (folder / "link").symlink_to("name with blanks.txt")
+    (folder / "dangling link").symlink_to("/nowhere/at/all")
