@@ -33,7 +33,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Möchten Sie das System wirklich von Version %1 auf Version %2 aktualisieren?</translation>
+        <translation>Möchten Sie das System wirklich von %1 auf %2 aktualisieren?</translation>
     </message>
     <message>
         <source>Checking for updates</source>

@@ -34,7 +34,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>¿Seguro que desea actualizar el sistema de la versión %1 a la versión %2?</translation>
+        <translation>¿Desea actualizar el sistema de la versión %1 a la versión %2?</translation>
     </message>
     <message>
         <source>Checking for updates</source>

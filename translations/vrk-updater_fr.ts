@@ -34,7 +34,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Confirmez-vous la mise à jour du système de la version %1 à la version %2&#x202f;?</translation>
+        <translation>Mettre à jour le système de la version %1 à la version %2&#x202f;?</translation>
     </message>
     <message>
         <source>Checking for updates</source>

@@ -34,7 +34,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Deseja realmente atualizar o sistema da versão %1 para a versão %2?</translation>
+        <translation>Deseja atualizar o sistema da versão %1 para a versão %2?</translation>
     </message>
     <message>
         <source>Checking for updates</source>

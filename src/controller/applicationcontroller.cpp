@@ -7,9 +7,11 @@
 #include "vrkupdate.h"
 
 #include <QDebug>
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QSettings>
+#include <QThread>
 #include <QWindow>
 
 namespace {
@@ -20,6 +22,20 @@ void endWorker(QThread *worker)
     worker->requestInterruption();
     worker->wait();
     delete worker;
+}
+
+/// Gives the display a second to show a new window, which cannot be drawn before. The operator's
+/// input waits for the event loop.
+void awaitExposure(const QWindow *window)
+{
+    constexpr int timeoutMsecs = 1000;
+    constexpr unsigned long pollIntervalMsecs = 5;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (window->isVisible() && !window->isExposed() && !elapsed.hasExpired(timeoutMsecs)) {
+        QThread::msleep(pollIntervalMsecs);
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
 }
 
 } // namespace
@@ -40,6 +56,7 @@ ApplicationController::ApplicationController(UpdaterMode mode, bool debug, bool 
         m_confirmationVisible = false;
     setUpTranslation();
     initQml();
+    // By name: the checked form is newer than Qt 5.9.
     QMetaObject::invokeMethod(this, "init", Qt::QueuedConnection);
     connectWorkers();
     qInfo() << "ApplicationController::ApplicationController init with mode: "
@@ -193,11 +210,14 @@ bool ApplicationController::isVRKInitialized() const
     return m_vrkInitialized;
 }
 
-/// Processes the pending events once, a repaint of the screen among them.
+/// Processes the pending events once, a repaint of the screen among them, which Qt would otherwise
+/// leave to a later turn.
 void ApplicationController::drawScreen()
 {
-    for (QWindow *window : QGuiApplication::topLevelWindows())
+    for (QWindow *window : QGuiApplication::topLevelWindows()) {
+        awaitExposure(window);
         QCoreApplication::postEvent(window, new QEvent(QEvent::UpdateRequest));
+    }
     QCoreApplication::processEvents();
 }
 

@@ -107,6 +107,7 @@ void ApplicationController::readStatus()
 
 void ApplicationController::askForConfirmation(const QString &systemVersion)
 {
+    // The whole path is searched, so a folder named like an archive takes part.
     const std::string version = ExtractVersionFromFilename(m_path.toLocal8Bit().toStdString(),
                                                            "zepra_update_v", ".tar.gz");
     const QString offered = version.empty() ? tr("unknown") : QString::fromStdString(version);

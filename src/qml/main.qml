@@ -10,8 +10,20 @@ import "Zentar/Components"
 Window {
     id: root
 
+    // The control that takes the keyboard focus next, and the frames until then: keys that were
+    // pressed before it was seen come first, and must not press it.
+    property Item nextFocus: null
+    property int framesToFocus: 0
+
+    function giveFocus(control) {
+        nextFocus = control
+        framesToFocus = 2
+        update()
+    }
+
     // A hidden item keeps the keyboard focus, and Return would go on pressing it unseen.
     function dropFocus() {
+        nextFocus = null
         background.focus = true
         background.focus = false
     }
@@ -25,6 +37,18 @@ Window {
     onVisibleChanged: {
         width = Math.max(width, minimumWidth)
         height = Math.max(height, minimumHeight)
+    }
+
+    onAfterAnimating: {
+        if (nextFocus === null)
+            return
+        framesToFocus -= 1
+        if (framesToFocus > 0) {
+            update()
+        } else {
+            nextFocus.forceActiveFocus()
+            nextFocus = null
+        }
     }
 
     RadialBackground {
@@ -47,7 +71,7 @@ Window {
         // The window is still hidden while the document loads, when nothing takes the focus.
         onTextChanged: {
             if (root.visible && navigationRow.visible && text !== "")
-                navigationRow.forceActiveFocus()
+                root.giveFocus(navigationRow)
         }
     }
 
@@ -138,7 +162,7 @@ Window {
         onClicked: _appController.handleButtonPress()
         onVisibleChanged: {
             if (visible)
-                forceActiveFocus()
+                root.giveFocus(rebootButton)
             else
                 root.dropFocus()
         }

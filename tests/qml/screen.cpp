@@ -16,7 +16,9 @@ bool Screen::load(const QSize &size)
     if (size.isEmpty())
         return true;
     window()->resize(size);
-    return QTest::qWaitFor([&] { return window()->contentItem()->size() == QSizeF(size); });
+    for (int polls = 0; polls < 100 && window()->contentItem()->size() != QSizeF(size); ++polls)
+        QTest::qWait(50);
+    return window()->contentItem()->size() == QSizeF(size);
 }
 
 QQuickWindow *Screen::window() const
@@ -43,6 +45,11 @@ bool Screen::nothingHasFocus() const
 QQuickItem *Screen::answer(int index) const
 {
     return item("navigationRow")->childItems().at(0)->childItems().at(index);
+}
+
+QQuickItem *Screen::barContent() const
+{
+    return item("progressBar")->property("contentItem").value<QQuickItem *>();
 }
 
 void ScreenTest::set(const char *property, const QVariant &value)

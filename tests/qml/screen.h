@@ -29,6 +29,10 @@ public:
     QQuickItem *yesButton() const { return answer(0); }
     QQuickItem *noButton() const { return answer(1); }
 
+    QQuickItem *barContent() const;
+    QQuickItem *fill() const { return barContent()->childItems().at(0); }
+    QQuickItem *busyRow() const { return barContent()->childItems().at(1); }
+
     /// Whether no element of the screen has the keyboard focus.
     bool nothingHasFocus() const;
 

@@ -1,5 +1,6 @@
 #include "screen.h"
 
+#include <QQmlProperty>
 #include <QtTest>
 
 /// What the screen shows and where.
@@ -10,31 +11,13 @@ class TestMainScreen : public ScreenTest
 private slots:
     void geometry_data();
     void geometry();
-    void stripes();
-    void busyAndValue();
-    void progressMovesForTheExpectedDuration();
-    void durationZeroMovesAtOnce();
-
-private:
-    QQuickItem *barContent() const;
-    QQuickItem *fill() const;
-    QQuickItem *busyRow() const;
+    void texts();
+    void icons();
+    void visibility_data();
+    void visibility();
+    void look_data();
+    void look();
 };
-
-QQuickItem *TestMainScreen::barContent() const
-{
-    return screen()->item("progressBar")->property("contentItem").value<QQuickItem *>();
-}
-
-QQuickItem *TestMainScreen::fill() const
-{
-    return barContent()->childItems().at(0);
-}
-
-QQuickItem *TestMainScreen::busyRow() const
-{
-    return barContent()->childItems().at(1);
-}
 
 void TestMainScreen::geometry_data()
 {
@@ -57,7 +40,7 @@ void TestMainScreen::geometry()
     QTEST(Screen::place(screen()->item("navigationRow")), "bottom");
     QTEST(Screen::place(screen()->item("rebootButton")), "bottom");
     QTEST(Screen::place(screen()->item("progressBar")), "bar");
-    QTEST(Screen::place(barContent()), "bar");
+    QTEST(Screen::place(screen()->barContent()), "bar");
     QCOMPARE(Screen::place(screen()->item("background")),
              QRectF(QPointF(), screen()->window()->size()));
 
@@ -73,70 +56,101 @@ void TestMainScreen::geometry()
     QVERIFY(qAbs(message.center().x() - middle) <= 0.5);
 }
 
-void TestMainScreen::stripes()
+void TestMainScreen::texts()
 {
     QVERIFY(screen()->load());
-    set("isProgressBarVisible", true);
-    set("isProgressBarIndeterminate", true);
-    int count = 0;
-    for (const QQuickItem *stripe : busyRow()->childItems()) {
-        if (!stripe->inherits("QQuickRectangle"))
-            continue;
-        const QColor expected = count % 2 == 0 ? QColor(0xd9, 0xd9, 0xd9)
-                                               : QColor(0x00, 0x94, 0x44);
-        QCOMPARE(stripe->property("color").value<QColor>(), expected);
-        QCOMPARE(stripe->size(), QSizeF(20, 24));
-        QCOMPARE(stripe->x(), count * 20.0);
-        ++count;
-    }
-    QCOMPARE(count, 26);
-    QVERIFY(barContent()->clip());
-}
-
-void TestMainScreen::busyAndValue()
-{
-    QVERIFY(screen()->load());
-    QObject *animator = nullptr;
-    for (QObject *object : screen()->window()->findChildren<QObject *>()) {
-        if (object->inherits("QQuickXAnimator"))
-            animator = object;
-    }
-    QVERIFY(animator);
-    QCOMPARE(animator->property("from").toReal(), 0.0);
-    QCOMPARE(animator->property("to").toReal(), -40.0);
-    QCOMPARE(animator->property("duration").toInt(), 250);
-    QCOMPARE(animator->property("loops").toInt(), -1);
-
-    set("isProgressBarVisible", true);
-    for (const bool busy : { false, true, false }) {
-        set("isProgressBarIndeterminate", busy);
-        QCOMPARE(busyRow()->isVisible(), busy);
-        QCOMPARE(fill()->isVisible(), !busy);
-        QCOMPARE(animator->property("running").toBool(), busy);
+    for (const QString &round : { QStringLiteral("first "), QStringLiteral("second ") }) {
+        set("instructionsText", round + QStringLiteral("instructions"));
+        set("message", round + QStringLiteral("message"));
+        set("buttonText", round + QStringLiteral("button"));
+        QCOMPARE(screen()->item("powerMessage")->property("text"),
+                 QVariant(round + QStringLiteral("instructions")));
+        QCOMPARE(screen()->item("message")->property("text"),
+                 QVariant(round + QStringLiteral("message")));
+        QCOMPARE(screen()->item("rebootButton")->property("text"),
+                 QVariant(round + QStringLiteral("button")));
     }
 }
 
-void TestMainScreen::progressMovesForTheExpectedDuration()
+void TestMainScreen::icons()
 {
     QVERIFY(screen()->load());
-    set("isProgressBarVisible", true);
-    set("expectedDuration", 600);
-    QElapsedTimer timer;
-    timer.start();
-    set("progress", 1.0);
-    QCOMPARE(fill()->width(), 0.0);
-    QTRY_COMPARE(fill()->width(), 480.0);
-    QVERIFY2(timer.elapsed() >= 550, qPrintable(QString::number(timer.elapsed())));
-    QCOMPARE(fill()->height(), 24.0);
+    const QString folder = QStringLiteral("qrc:/images/");
+    const auto icon = [](const QQuickItem *button) { return button->property("icon").toUrl(); };
+    QCOMPARE(icon(screen()->item("rebootButton")),
+             QUrl(folder + QLatin1String("icon_exitArrow.png")));
+    QCOMPARE(icon(screen()->yesButton()), QUrl(folder + QLatin1String("icon_accept.png")));
+    QCOMPARE(icon(screen()->noButton()), QUrl(folder + QLatin1String("icon_discard.png")));
+    for (const QQuickItem *button : { screen()->yesButton(), screen()->noButton() }) {
+        QCOMPARE(button->property("iconHorizontalAlignment").toInt(), int(Qt::AlignHCenter));
+        QCOMPARE(button->property("text").toString(), QString());
+    }
+    QCOMPARE(screen()->item("rebootButton")->property("iconHorizontalAlignment").toInt(),
+             int(Qt::AlignLeft));
 }
 
-void TestMainScreen::durationZeroMovesAtOnce()
+void TestMainScreen::visibility_data()
 {
+    QTest::addColumn<bool>("pair");
+    QTest::addColumn<bool>("button");
+    QTest::addColumn<bool>("bar");
+    QTest::addColumn<bool>("busy");
+    QTest::newRow("loaded") << true << false << false << false;
+    QTest::newRow("loaded, silent") << false << false << false << false;
+    QTest::newRow("welcome") << true << false << true << true;
+    QTest::newRow("checking") << false << false << true << true;
+    QTest::newRow("installing") << false << false << true << false;
+    QTest::newRow("error") << false << true << false << false;
+    QTest::newRow("hidden bar, busy") << false << true << false << true;
+}
+
+void TestMainScreen::visibility()
+{
+    QFETCH(bool, pair);
+    QFETCH(bool, button);
+    QFETCH(bool, bar);
+    QFETCH(bool, busy);
     QVERIFY(screen()->load());
-    set("isProgressBarVisible", true);
-    set("expectedDuration", 0);
-    set("progress", 0.25);
-    QCOMPARE(fill()->width(), 120.0);
+    set("isConfirmationVisible", pair);
+    set("isButtonVisible", button);
+    set("isProgressBarVisible", bar);
+    set("isProgressBarIndeterminate", busy);
+    QCOMPARE(screen()->item("navigationRow")->isVisible(), pair);
+    QCOMPARE(screen()->item("rebootButton")->isVisible(), button);
+    QCOMPARE(screen()->item("progressBar")->isVisible(), bar);
+    QCOMPARE(screen()->busyRow()->isVisible(), bar && busy);
+    QCOMPARE(screen()->fill()->isVisible(), bar && !busy);
+    for (const char *always : { "background", "powerMessage", "message" })
+        QVERIFY2(screen()->item(always)->isVisible(), always);
+}
+
+void TestMainScreen::look_data()
+{
+    QTest::addColumn<QString>("element");
+    QTest::addColumn<QString>("property");
+    QTest::addColumn<QVariant>("value");
+    const auto row = [](const char *element, const char *property, const QVariant &value) {
+        QTest::addRow("%s %s", element, property)
+                << QString::fromLatin1(element) << QString::fromLatin1(property) << value;
+    };
+    for (const char *label : { "powerMessage", "message" }) {
+        row(label, "color", QColor(Qt::white));
+        row(label, "font.family", QStringLiteral("Droid Sans"));
+        row(label, "font.bold", true);
+    }
+    row("progressBar", "background.color", QColor(0xd9, 0xd9, 0xd9));
+    row("fill", "color", QColor(0x00, 0x94, 0x44));
+}
+
+void TestMainScreen::look()
+{
+    QFETCH(QString, element);
+    QFETCH(QString, property);
+    QVERIFY(screen()->load());
+    QObject *object = element == QLatin1String("fill")
+            ? screen()->fill()
+            : screen()->item(element.toLatin1().constData());
+    QTEST(QQmlProperty::read(object, property), "value");
 }
 
 QTEST_MAIN(TestMainScreen)

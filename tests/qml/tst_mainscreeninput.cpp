@@ -14,6 +14,7 @@ private slots:
     void instructionsWithoutQuestionTakeNoFocus();
     void actionButtonTakesFocus();
     void hiddenElementsHearNoKeys();
+    void actionButtonCoversThePair();
     void decisions_data();
     void decisions();
 
@@ -52,7 +53,9 @@ void TestMainScreenInput::questionTakesFocus()
 {
     QVERIFY(screen()->load());
     putQuestion();
-    QVERIFY(screen()->yesButton()->hasActiveFocus());
+    press(Qt::Key_Return); // nobody has seen the question yet
+    QVERIFY(screen()->controller.calls.isEmpty());
+    QTRY_VERIFY(screen()->yesButton()->hasActiveFocus());
     press(Qt::Key_Right);
     QVERIFY(screen()->noButton()->hasActiveFocus());
     set("isConfirmationVisible", false);
@@ -64,6 +67,7 @@ void TestMainScreenInput::instructionsWithoutQuestionTakeNoFocus()
     screen()->controller.confirmationVisible = false;
     QVERIFY(screen()->load());
     putQuestion();
+    QTest::qWait(100); // some frames
     QVERIFY(screen()->nothingHasFocus());
 }
 
@@ -73,7 +77,7 @@ void TestMainScreenInput::actionButtonTakesFocus()
     putQuestion();
     set("isConfirmationVisible", false);
     set("isButtonVisible", true);
-    QVERIFY(screen()->item("rebootButton")->hasActiveFocus());
+    QTRY_VERIFY(screen()->item("rebootButton")->hasActiveFocus());
     QCOMPARE(screen()->item("rebootButton")->property("text").toString(), QStringLiteral("Reboot"));
     set("isButtonVisible", false);
     QVERIFY(screen()->nothingHasFocus());
@@ -87,11 +91,22 @@ void TestMainScreenInput::hiddenElementsHearNoKeys()
         set("isButtonVisible", screen()->controller.calls.size() == 1);
     };
     putQuestion();
+    QTRY_VERIFY(screen()->yesButton()->hasActiveFocus());
     press(Qt::Key_Return);
+    QTRY_VERIFY(screen()->item("rebootButton")->hasActiveFocus());
     press(Qt::Key_Return);
     press(Qt::Key_Return);
     QCOMPARE(screen()->controller.calls,
              QStringList({ QStringLiteral("continue"), QStringLiteral("press") }));
+}
+
+void TestMainScreenInput::actionButtonCoversThePair()
+{
+    QVERIFY(screen()->load());
+    set("isButtonVisible", true);
+    QVERIFY(screen()->item("navigationRow")->isVisible());
+    QTest::mouseClick(screen()->window(), Qt::LeftButton, Qt::NoModifier, QPoint(200, 456));
+    QCOMPARE(screen()->controller.calls, QStringList { QStringLiteral("press") });
 }
 
 void TestMainScreenInput::decisions_data()
@@ -127,6 +142,7 @@ void TestMainScreenInput::decisions()
     putQuestion();
     set("isConfirmationVisible", !button);
     set("isButtonVisible", button);
+    QTRY_VERIFY(!screen()->nothingHasFocus());
     if (!touch.isNull())
         QTest::mouseClick(screen()->window(), Qt::LeftButton, Qt::NoModifier, touch);
     for (const int key : keys)

@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    // What the offscreen platform and an environment without a session say of any program.
+    // What the offscreen platform and an environment without a desktop say of any program.
     static bool isPlatformNoise(const QString &text)
     {
         return text.startsWith(QLatin1String("This plugin does not support "))

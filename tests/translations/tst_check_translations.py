@@ -36,7 +36,7 @@ FAULTS = {
     "Chinese with a half-width colon": ("zh_CN", r"失败：请", "失败:请", "half-width punctuation"),
     "Spanish without its opening mark": ("es", r"¿", "", "without its opening mark"),
     "straight quotes": ("id", r"“Mulai ulang”", "&quot;Mulai ulang&quot;", "a straight quotation mark"),
-    "too wide": ("id", r"Apakah Anda yakin", "Apakah Anda benar-benar yakin", "84 at most"),
+    "too wide": ("es", r"Desea actualizar", "Seguro que desea actualizar", "780 at most"),
     "English rewritten": ("en", r"<translation>Upgrading", "<translation>Updating",
                           "English differs from the source"),
     "torn file": ("es", r"</TS>", "", "not readable"),

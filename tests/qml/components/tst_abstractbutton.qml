@@ -82,6 +82,13 @@ Item {
             verify(!button.activeFocus)
         }
 
+        function test_colorFillsTheBackground() {
+            verify(Qt.colorEqual(button.color, "transparent"))
+            button.color = "#123456"
+            verify(Qt.colorEqual(button.children[1].color, "#123456"))
+            verify(Qt.colorEqual(selection.color, "transparent"))
+        }
+
         function test_focusFrame() {
             compare(selection.border.width, 4)
             verify(Qt.colorEqual(selection.border.color, "#ffff00"))

@@ -19,6 +19,37 @@ Item {
             compare(glow.y, -160)
         }
 
+        function test_backgroundGlow() {
+            verify(glow.cached)
+            compare(glow.gradient.stops.length, 2)
+            compare(glow.gradient.stops[0].position, 0)
+            verify(Qt.colorEqual(glow.gradient.stops[0].color, "#8a8a8a"))
+            compare(glow.gradient.stops[1].position, 0.5)
+            verify(Qt.colorEqual(glow.gradient.stops[1].color, "#000000"))
+        }
+
+        function test_colours_data() {
+            return [
+                { tag: "green", value: "#009444" },
+                { tag: "yellow", value: "#ffff00" },
+                { tag: "white", value: "#ffffff" },
+                { tag: "black", value: "#000000" },
+                { tag: "transparent", value: "#00000000" },
+                { tag: "lightGrey", value: "#d9d9d9" },
+                { tag: "radialGrey", value: "#8a8a8a" }
+            ]
+        }
+
+        function test_colours(data) {
+            verify(Qt.colorEqual(Style[data.tag], data.value), Style[data.tag])
+        }
+
+        function test_fontSizes() {
+            var sizes = { small: 10, medium: 12, xMedium: 16, xxMedium: 19, large: 24, xLarge: 32, huge: 50 }
+            for (var name in sizes)
+                compare(FontSize[name], sizes[name], name)
+        }
+
         function test_labelSize() {
             compare(plain.font.family, "Droid Sans")
             compare(plain.font.pointSize, 12)
@@ -26,7 +57,7 @@ Item {
             compare(plain.font.pointSize, 50)
         }
 
-        // The question fits an 800 pixel window only at the size that Controls hand down.
+        // A bound font replaces the label's own size by the one that Controls hand down.
         function test_boundFontKeepsTheSizeOfTheControls() {
             compare(header.font.weight, Font.Bold)
             compare(header.font.pixelSize, Qt.application.font.pixelSize)

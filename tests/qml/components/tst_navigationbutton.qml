@@ -36,6 +36,13 @@ Item {
             compare(part(full, "imageCenter").horizontalAlignment, Image.AlignHCenter)
         }
 
+        function test_defaultColours() {
+            verify(Qt.colorEqual(bare.outlineColor, "#ffffff"))
+            verify(Qt.colorEqual(part(bare, "outline").border.color, "#ffffff"))
+            verify(Qt.colorEqual(part(bare, "outline").color, "transparent"))
+            verify(Qt.colorEqual(bare.textColor, "#ffffff"))
+        }
+
         function test_iconIsShownThroughTheEffect() {
             compare(part(full, "image").status, Image.Ready)
             verify(!part(full, "image").visible)
@@ -69,11 +76,14 @@ Item {
         }
 
         function test_caption() {
-            compare(part(full, "caption").text, "Reboot")
-            compare(part(full, "caption").font.weight, Font.Bold)
-            compare(part(full, "caption").font.family, "Droid Sans")
+            var caption = part(full, "caption")
+            compare(caption.text, "Reboot")
+            fuzzyCompare(caption.x + caption.width / 2, 200, 0.5)
+            fuzzyCompare(caption.y + caption.height / 2, 24, 0.5)
+            compare(caption.font.weight, Font.Bold)
+            compare(caption.font.family, "Droid Sans")
             full.textColor = Style.yellow
-            verify(Qt.colorEqual(part(full, "caption").color, Style.yellow))
+            verify(Qt.colorEqual(caption.color, Style.yellow))
         }
     }
 }

@@ -12,6 +12,7 @@ Item {
     Keys.onPressed: leftOver.push(event.key)
 
     Item { id: elsewhere }
+    Item { id: nowhere }
 
     Component {
         id: boxComponent
@@ -64,12 +65,22 @@ Item {
             compare(box.heard, [data.answer])
         }
 
-        function test_focusComesBackToLastFocus() {
-            no.forceActiveFocus()
+        function test_focusComesBackToLastFocus_data() {
+            return [
+                { tag: "from no", from: "no", keys: [], back: "no" },
+                { tag: "from yes, past no", from: "no", keys: [Qt.Key_Left], back: "yes" },
+                { tag: "from no, past yes", from: "yes", keys: [Qt.Key_Right], back: "no" }
+            ]
+        }
+
+        function test_focusComesBackToLastFocus(data) {
+            var buttons = { yes: yes, no: no }
+            buttons[data.from].forceActiveFocus()
+            data.keys.forEach(function (key) { keyClick(key) })
             elsewhere.forceActiveFocus()
-            compare(box.lastFocus, no)
+            verify(box.lastFocus === buttons[data.back])
             box.forceActiveFocus()
-            verify(no.activeFocus)
+            verify(buttons[data.back].activeFocus)
         }
 
         function test_navigation_data() {
@@ -98,7 +109,12 @@ Item {
         }
 
         function test_up_data() {
-            return [{ tag: "yes", answer: "yes" }, { tag: "no", answer: "no" }]
+            return [
+                { tag: "yes", answer: "yes", north: "northFocus" },
+                { tag: "no", answer: "no", north: "northFocus" },
+                { tag: "yes, own neighbour", answer: "yes", north: "northYesFocus", other: "northNoFocus" },
+                { tag: "no, own neighbour", answer: "no", north: "northNoFocus", other: "northYesFocus" }
+            ]
         }
 
         function test_up(data) {
@@ -108,7 +124,9 @@ Item {
             verify(button.activeFocus)
             compare(scene.leftOver, [Qt.Key_Up])
 
-            box.northFocus = elsewhere
+            box[data.north] = elsewhere
+            if (data.other)
+                box[data.other] = nowhere
             keyClick(Qt.Key_Up)
             verify(elsewhere.activeFocus)
             compare(scene.leftOver, [Qt.Key_Up])
