@@ -42,9 +42,19 @@ void setInstrument(std::shared_ptr<Instrument> current)
     library().current = std::move(current);
 }
 
-VRK_ResultCode initialize(VRK_StatusCallback callback, void *userData, bool debug)
+/// For a call that reaches no instrument.
+VRK_ResultCode refuse(const char *function, const char *reason, VRK_ResultCode code)
+{
+    LOG_ERROR << function << " refused: " << reason;
+    return code;
+}
+
+VRK_ResultCode initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode,
+                          bool debug)
 {
     installLogger(debug);
+    if (mode != VRK_LIB_MODE_UPDATER)
+        return refuse("VRK_Lib_Initialize", "not the updater's mode", invalidArgument);
     setInstrument(nullptr);
     const auto current = std::make_shared<Instrument>(loadSettings(), callback, userData);
     const VRK_ResultCode result = current->open();
@@ -66,56 +76,62 @@ VRK_ResultCode guarded(Call call)
 }
 
 template <typename Call>
-VRK_ResultCode withInstrument(Call call)
+VRK_ResultCode withInstrument(const char *function, Call call)
 {
     return guarded([&] {
         const std::shared_ptr<Instrument> current = currentInstrument();
-        return current == nullptr ? notInitialized : call(*current);
+        return current == nullptr ? refuse(function, "not initialised", notInitialized)
+                                  : call(*current);
     });
 }
 
 /// Answers at once while another thread initialises the library or flashes the board.
 template <typename Call>
-VRK_ResultCode exclusively(Call call)
+VRK_ResultCode exclusively(const char *function, Call call)
 {
     const std::unique_lock<std::mutex> busy(library().busy, std::try_to_lock);
-    return busy.owns_lock() ? call() : VRK_RESULT_OTHER_INSTANCE_RUNNING;
+    return busy.owns_lock() ? call()
+                            : refuse(function, "another thread initialises or flashes",
+                                     VRK_RESULT_OTHER_INSTANCE_RUNNING);
 }
 
 } // namespace
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument
 
 using namespace instrument;
 
 VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode,
                                   bool debug)
 {
-    if (mode != VRK_LIB_MODE_UPDATER)
-        return invalidArgument;
-    return exclusively(
-            [&] { return guarded([&] { return initialize(callback, userData, debug); }); });
+    return exclusively(__func__, [&] {
+        return guarded([&] { return initialize(callback, userData, mode, debug); });
+    });
 }
 
 VRK_ResultCode VRK_GetDeviceInfo(VRK_DeviceInfo *info)
 {
     if (info == nullptr)
-        return invalidArgument;
-    return withInstrument([&](const Instrument &current) { return current.deviceInfo(*info); });
+        return refuse(__func__, "no record to fill", invalidArgument);
+    return withInstrument(__func__,
+                          [&](const Instrument &current) { return current.deviceInfo(*info); });
 }
 
 VRK_ResultCode VRK_GetStatus(VRK_Status *status)
 {
     if (status == nullptr)
-        return invalidArgument;
-    return withInstrument([&](const Instrument &current) { return current.status(*status); });
+        return refuse(__func__, "no record to fill", invalidArgument);
+    return withInstrument(__func__,
+                          [&](const Instrument &current) { return current.status(*status); });
 }
 
 VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback *progress)
 {
+    const char *function = __func__;
     if (path == nullptr)
-        return invalidArgument;
-    return exclusively([&] {
-        return withInstrument([&](Instrument &current) { return current.flash(path, progress); });
+        return refuse(function, "no path", invalidArgument);
+    return exclusively(function, [&] {
+        return withInstrument(function,
+                              [&](Instrument &current) { return current.flash(path, progress); });
     });
 }

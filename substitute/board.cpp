@@ -95,8 +95,7 @@ void Board::keep(const FlashImage &image, const std::string &version)
     if (error.empty()) {
         LOG_INFO << "The measurement board runs version " << version;
     } else {
-        LOG_ERROR << m_settings.stateFile << ": " << error << "; the board forgets version "
-                  << version << " when the program ends";
+        LOG_ERROR << error << "; the board forgets version " << version << " when the program ends";
     }
 }
 

@@ -39,4 +39,4 @@ private:
     std::string m_version;
 };
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument

@@ -32,4 +32,4 @@ struct HexRecord {
 /// success.
 std::string readHexRecord(const std::string &line, HexRecord &record);
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument

@@ -14,6 +14,14 @@ std::string unquoted(const std::string &text)
     return quoted ? text.substr(1, text.size() - 2) : text;
 }
 
+/// Some editors begin UTF-8 text with one.
+void dropByteOrderMark(std::string &text)
+{
+    const std::string mark = "\xef\xbb\xbf";
+    if (text.compare(0, mark.size(), mark) == 0)
+        text.erase(0, mark.size());
+}
+
 class Reader
 {
 public:
@@ -64,10 +72,14 @@ IniContent readIni(std::istream &in)
         const LineRead read = readLine(in, text, longestLine);
         if (read == LineRead::End)
             return reader.content;
-        if (read == LineRead::TooLong)
+        if (read == LineRead::TooLong) {
             reader.problem(line, "the line is too long");
-        else
-            reader.take(trimmed(text), line);
+            skipLine(in);
+            continue;
+        }
+        if (line == 1)
+            dropByteOrderMark(text);
+        reader.take(trimmed(text), line);
     }
 }
 

@@ -28,4 +28,4 @@ struct IniContent {
 /// Reads all of `in`. Lines with a problem are left out of the entries.
 IniContent readIni(std::istream &in);
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument

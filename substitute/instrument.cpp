@@ -26,9 +26,7 @@ void copyText(const std::string &text, char (&field)[Size])
 /// Returns 0 when `image` was read.
 VRK_ResultCode readImage(const std::string &path, int flashBytes, FlashImage &image)
 {
-    std::error_code ignored;
-    const auto type = std::filesystem::status(path, ignored).type();
-    if (type == std::filesystem::file_type::not_found) {
+    if (isMissing(path)) {
         LOG_ERROR << path << ": does not exist";
         return VRK_RESULT_UPGRADE_FILE_NOT_FOUND;
     }

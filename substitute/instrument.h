@@ -35,4 +35,4 @@ private:
     void *m_userData;
 };
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument

@@ -29,4 +29,4 @@ struct IntelHexResult {
 /// ends with an end record and at most blank lines.
 IntelHexResult readIntelHex(std::istream &in, std::size_t flashBytes);
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument

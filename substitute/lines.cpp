@@ -1,6 +1,7 @@
 #include "lines.h"
 
 #include <iomanip>
+#include <limits>
 #include <sstream>
 
 namespace instrument {
@@ -9,21 +10,22 @@ LineRead readLine(std::istream &in, std::string &line, std::size_t limit)
 {
     line.clear();
     bool any = false;
-    bool tooLong = false;
     for (int next = in.get(); next != std::istream::traits_type::eof(); next = in.get()) {
         any = true;
         if (next == '\n')
             break;
-        if (line.size() < limit)
-            line.push_back(static_cast<char>(next));
-        else
-            tooLong = true;
+        if (line.size() == limit)
+            return LineRead::TooLong;
+        line.push_back(static_cast<char>(next));
     }
-    if (tooLong)
-        return LineRead::TooLong;
     if (!line.empty() && line.back() == '\r')
         line.pop_back();
     return any ? LineRead::Line : LineRead::End;
+}
+
+void skipLine(std::istream &in)
+{
+    in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
 }
 
 std::string trimmed(const std::string &text)
@@ -40,6 +42,12 @@ std::string hex(std::size_t value, int digits)
     std::ostringstream text;
     text << "0x" << std::hex << std::setfill('0') << std::setw(digits) << value;
     return text.str();
+}
+
+bool isMissing(const std::filesystem::path &path)
+{
+    std::error_code ignored;
+    return std::filesystem::status(path, ignored).type() == std::filesystem::file_type::not_found;
 }
 
 std::ifstream openRegularFile(const std::filesystem::path &path)

@@ -7,4 +7,4 @@ namespace [[gnu::visibility("hidden")]] instrument {
 /// info. A logger that is there already only has its severity set.
 void installLogger(bool debug);
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument

@@ -113,11 +113,12 @@ Settings loadSettings()
     Settings settings;
     std::ifstream file = openRegularFile(path);
     if (!file.is_open()) {
-        if (isNamed) {
+        if (isNamed || !isMissing(path)) {
             LOG_WARNING << path << ": cannot be read, the defaults hold";
         }
         return settings;
     }
+    LOG_DEBUG << path << ": holds the settings";
     IniContent content = readIni(file);
     for (const IniEntry &entry : content.entries) {
         const std::string problem = apply(entry, settings);

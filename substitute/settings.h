@@ -29,4 +29,4 @@ struct Settings {
 /// VRK_EMBEDDED_API_INI names. What is wrong in it is logged and keeps its default.
 Settings loadSettings();
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument

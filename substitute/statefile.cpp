@@ -96,12 +96,14 @@ std::optional<std::string> loadBoardVersion(const std::filesystem::path &file)
 std::string saveBoard(const std::filesystem::path &file, const std::string &version,
                       const FlashImage &image)
 {
-    std::error_code error;
+    if (file.empty())
+        return "no state file is set";
+    std::error_code failure;
     if (file.has_parent_path())
-        std::filesystem::create_directories(file.parent_path(), error);
-    if (error)
-        return error.message();
-    return writeAndRename(file, stateText(version, image));
+        std::filesystem::create_directories(file.parent_path(), failure);
+    const std::string error = failure ? failure.message()
+                                      : writeAndRename(file, stateText(version, image));
+    return error.empty() ? error : file.string() + ": " + error;
 }
 
 } // namespace instrument

@@ -18,4 +18,4 @@ std::optional<std::string> loadBoardVersion(const std::filesystem::path &file);
 std::string saveBoard(const std::filesystem::path &file, const std::string &version,
                       const FlashImage &image);
 
-} // namespace gnu::visibility("hidden")]]instrument
+} // namespace instrument

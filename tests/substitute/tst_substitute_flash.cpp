@@ -22,6 +22,7 @@ private slots:
     void progress();
     void secondFlashMeanwhile();
     void statusMessages();
+    void unwritableState_data();
     void unwritableState();
     void damagedState();
 };
@@ -123,7 +124,6 @@ void SubstituteFlashTest::unusablePath()
     const QByteArray file = QFile::encodeName(bench.path(name.constData()));
     QTEST(int { VRK_FlashATMEGA_file(file.constData(), nullptr) }, "result");
     QCOMPARE(VRK_FlashATMEGA_file("", nullptr), VRK_RESULT_UPGRADE_FILE_NOT_FOUND);
-    QVERIFY(VRK_FlashATMEGA_file(nullptr, nullptr) != VRK_RESULT_OK);
 }
 
 void SubstituteFlashTest::progress()
@@ -166,7 +166,10 @@ void SubstituteFlashTest::secondFlashMeanwhile()
         },
         &meanwhile
     };
+    const CapturedOutput output;
     QCOMPARE(VRK_FlashATMEGA_file(meanwhile.file.constData(), &callback), VRK_RESULT_OK);
+    QVERIFY(output.text().contains("VRK_FlashATMEGA_file refused: another thread"));
+    QVERIFY(output.text().contains("VRK_Lib_Initialize refused: another thread"));
     QCOMPARE(meanwhile.flash.load(), 61);
     QCOMPARE(meanwhile.initialize.load(), 61);
 }
@@ -185,15 +188,28 @@ void SubstituteFlashTest::statusMessages()
     QCOMPARE(codes, QVector<int>({ 0, 59 }));
 }
 
+void SubstituteFlashTest::unwritableState_data()
+{
+    QTest::addColumn<QByteArray>("stateFile"); // %1 is a file
+    QTest::addColumn<QByteArray>("error");
+    QTest::newRow("below a file") << QByteArray("%1/board.ini")
+                                  << QByteArray("%1/board.ini: Not a directory");
+    QTest::newRow("none set") << QByteArray() << QByteArray("] no state file is set");
+}
+
 void SubstituteFlashTest::unwritableState()
 {
+    QFETCH(QByteArray, stateFile);
+    QFETCH(QByteArray, error);
     const Bench bench;
     const QByteArray obstacle = bench.write("file", "kept");
-    QCOMPARE(bench.start("[state]\nfile = " + obstacle + "/board.ini\n"), VRK_RESULT_OK);
+    QCOMPARE(bench.start("[state]\nfile = " + stateFile.replace("%1", obstacle) + "\n"),
+             VRK_RESULT_OK);
     const QByteArray file = bench.write("ZEPRA_AFW_2.hex", image(1));
     const CapturedOutput output;
     QCOMPARE(VRK_FlashATMEGA_file(file.constData(), nullptr), VRK_RESULT_OK);
-    QVERIFY2(output.text().contains("the board forgets version 2"), output.text().constData());
+    error = error.replace("%1", obstacle) + "; the board forgets version 2";
+    QVERIFY2(output.text().contains(error), output.text().constData());
     QCOMPARE(boardVersion(), QByteArray("2"));
     QCOMPARE(bench.read("file"), QByteArray("kept"));
     QCOMPARE(bench.versionAfterRestart(), QByteArray("1.00"));

@@ -1,5 +1,6 @@
 #include "bench.h"
 
+#include <QFile>
 #include <QtTest>
 
 class SubstituteHexTest : public QObject
@@ -11,6 +12,7 @@ private slots:
     void goodFile();
     void badFile_data();
     void badFile();
+    void readingStopsWhereALineIsTooLong();
 };
 
 namespace {
@@ -110,6 +112,16 @@ void SubstituteHexTest::badFile()
     QCOMPARE(VRK_FlashATMEGA_file(file.constData(), nullptr), VRK_RESULT_UPGRADE_FILE_ERROR);
     QVERIFY2(output.text().contains(file + complaint), output.text().constData());
     QCOMPARE(boardVersion(), QByteArray("1.00"));
+}
+
+/// A file that would take minutes to read.
+void SubstituteHexTest::readingStopsWhereALineIsTooLong()
+{
+    const Bench bench;
+    QCOMPARE(bench.start(), VRK_RESULT_OK);
+    const QByteArray path = bench.write("ZEPRA_AFW_2.hex", endRecord);
+    QVERIFY(QFile::resize(QFile::decodeName(path), 256LL << 30));
+    QCOMPARE(VRK_FlashATMEGA_file(path.constData(), nullptr), VRK_RESULT_UPGRADE_FILE_ERROR);
 }
 
 QTEST_GUILESS_MAIN(SubstituteHexTest)

@@ -1,10 +1,15 @@
 #include "bench.h"
+#include "privatefolders.h"
 
+#include <QDir>
 #include <QFile>
 #include <QtTest>
 
 #include <algorithm>
+#include <functional>
 #include <limits>
+
+Q_DECLARE_METATYPE(std::function<VRK_ResultCode()>)
 
 class SubstituteSettingsTest : public QObject
 {
@@ -14,12 +19,22 @@ private slots:
     void nothingBeforeInitialisation();
     void texts_data();
     void texts();
+    void byteOrderMark();
     void systemVersionFile();
     void resultsAndAbsentBoard();
     void complaints_data();
     void complaints();
     void missingFile();
+    void unreadableDefaultFile();
+    void refusals_data();
+    void refusals();
 };
+
+namespace {
+
+QString s_noPrivateFolders;
+
+} // namespace
 
 void SubstituteSettingsTest::nothingBeforeInitialisation()
 {
@@ -32,8 +47,6 @@ void SubstituteSettingsTest::nothingBeforeInitialisation()
     const Bench bench;
     QCOMPARE(bench.start(), VRK_RESULT_OK);
     QCOMPARE(VRK_GetStatus(&status), VRK_RESULT_OK);
-    QVERIFY(VRK_GetStatus(nullptr) != VRK_RESULT_OK);
-    QVERIFY(VRK_GetDeviceInfo(nullptr) != VRK_RESULT_OK);
     QCOMPARE(int { bench.start("[instrument]\ninitialize_result = -7\n") }, -7);
     QVERIFY(VRK_GetStatus(&status) != VRK_RESULT_OK);
 }
@@ -75,6 +88,16 @@ void SubstituteSettingsTest::texts()
     QTEST(QByteArray(info.systemVersion), "system");
     QTEST(QByteArray(info.atmegaVersion), "board");
     QCOMPARE(info.reserved204, 2000U);
+}
+
+void SubstituteSettingsTest::byteOrderMark()
+{
+    const Bench bench;
+    bench.write("settings.ini", "\xef\xbb\xbf[instrument]\nsystem_version = 3\n");
+    QCOMPARE(VRK_Lib_Initialize(nullptr, nullptr, VRK_LIB_MODE_UPDATER, true), VRK_RESULT_OK);
+    VRK_DeviceInfo info;
+    QCOMPARE(VRK_GetDeviceInfo(&info), VRK_RESULT_OK);
+    QCOMPARE(info.systemVersion, "3");
 }
 
 void SubstituteSettingsTest::systemVersionFile()
@@ -149,8 +172,70 @@ void SubstituteSettingsTest::missingFile()
     const CapturedOutput output;
     QCOMPARE(VRK_Lib_Initialize(nullptr, nullptr, VRK_LIB_MODE_UPDATER, false), VRK_RESULT_OK);
     QVERIFY(output.text().contains("settings.ini: cannot be read"));
-    QVERIFY(VRK_Lib_Initialize(nullptr, nullptr, VRK_Lib_Mode { 4 }, false) != VRK_RESULT_OK);
 }
 
-QTEST_GUILESS_MAIN(SubstituteSettingsTest)
+void SubstituteSettingsTest::unreadableDefaultFile()
+{
+    if (!s_noPrivateFolders.isEmpty())
+        QSKIP(qPrintable(s_noPrivateFolders));
+    qunsetenv("VRK_EMBEDDED_API_INI");
+    const QByteArray complaint = "/etc/vrk-embedded-api.ini: cannot be read";
+    const CapturedOutput output;
+    VRK_Lib_Initialize(nullptr, nullptr, VRK_LIB_MODE_UPDATER, false);
+    QVERIFY(!output.text().contains(complaint));
+    QVERIFY(QDir().mkdir(QStringLiteral("/etc/vrk-embedded-api.ini")));
+    VRK_Lib_Initialize(nullptr, nullptr, VRK_LIB_MODE_UPDATER, false);
+    QVERIFY(output.text().contains(complaint));
+}
+
+void SubstituteSettingsTest::refusals_data()
+{
+    using Call = std::function<VRK_ResultCode()>;
+    QTest::addColumn<bool>("initialized");
+    QTest::addColumn<Call>("call");
+    QTest::addColumn<int>("result");
+    QTest::addColumn<QByteArray>("reason");
+    const auto row = [](const char *reason, bool initialized, int result, const Call &call) {
+        QTest::newRow(reason) << initialized << call << result << QByteArray(reason);
+    };
+    row("VRK_GetDeviceInfo refused: not initialised", false, -1, [] {
+        VRK_DeviceInfo info;
+        return VRK_GetDeviceInfo(&info);
+    });
+    row("VRK_GetStatus refused: not initialised", false, -1, [] {
+        VRK_Status status;
+        return VRK_GetStatus(&status);
+    });
+    row("VRK_FlashATMEGA_file refused: not initialised", false, -1,
+        [] { return VRK_FlashATMEGA_file("/nowhere.hex", nullptr); });
+    row("VRK_GetDeviceInfo refused: no record", true, -2,
+        [] { return VRK_GetDeviceInfo(nullptr); });
+    row("VRK_GetStatus refused: no record", true, -2, [] { return VRK_GetStatus(nullptr); });
+    row("VRK_FlashATMEGA_file refused: no path", true, -2,
+        [] { return VRK_FlashATMEGA_file(nullptr, nullptr); });
+    row("VRK_Lib_Initialize refused: not the updater's mode", true, -2,
+        [] { return VRK_Lib_Initialize(nullptr, nullptr, VRK_Lib_Mode { 4 }, false); });
+}
+
+void SubstituteSettingsTest::refusals()
+{
+    using Call = std::function<VRK_ResultCode()>;
+    QFETCH(bool, initialized);
+    QFETCH(Call, call);
+    QFETCH(QByteArray, reason);
+    const Bench bench;
+    bench.start(initialized ? QByteArray() : QByteArray("[instrument]\ninitialize_result = 1\n"));
+    const CapturedOutput output;
+    QTEST(int { call() }, "result");
+    QVERIFY2(output.text().contains("ERROR") && output.text().contains(reason),
+             output.text().constData());
+}
+
+int main(int argc, char **argv)
+{
+    s_noPrivateFolders = enterPrivateFolders({ QStringLiteral("/etc") });
+    QCoreApplication application(argc, argv);
+    SubstituteSettingsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_substitute_settings.moc"
