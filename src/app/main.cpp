@@ -63,6 +63,7 @@ int main(int argc, char **argv)
     const InputArgParser parser(argc, argv);
     const bool debug = parser.cmdOptionExists("--debug");
     const bool silent = parser.cmdOptionExists("--silent");
+    // Written only where a logger exists this early; the instrument library installs its own later.
     if (silent)
         LOG_WARNING << "SILENT MODE!";
     if (debug)

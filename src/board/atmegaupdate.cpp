@@ -10,7 +10,8 @@
 
 namespace {
 
-/// The board's share of the whole update.
+/// Scale of the reported values. After an installation the bar is full already, and the controller
+/// keeps it so.
 constexpr double boardShare = 0.1;
 constexpr int expectedDurationMsecs = 2000;
 

@@ -12,14 +12,16 @@ class AtmegaUpdate : public QThread
 public:
     explicit AtmegaUpdate(QObject *parent);
 
-    /// Fraction of the flash that is done, as the library last reported it.
+    /// Fraction of the flash that is done, as the library last reported it; not while the thread
+    /// runs.
     double progress() const;
 
 public slots:
     /// Names the Intel HEX file (absolute path) for the next run; not while the thread runs.
     void setImagePath(const QString &imagePath);
 
-    /// Takes over the fraction of the flash that is done and reports a change.
+    /// Takes over the fraction of the flash that is done and reports a change. Called on the
+    /// library's thread.
     void setProgress(double progress);
 
 signals:

@@ -122,6 +122,7 @@ bool VRKUpdate::install()
     if (!checkArchive())
         return false;
 
+    // Before any command: execInTmp() leaves the folder that a relative path counts from.
     const QString archive = shellPath(m_imagePath);
     Partitions partitions;
     return runPrepareScript(archive) && findPartitions(&partitions) && exchangeMounts(partitions)

@@ -16,7 +16,8 @@ class VRKUpdate : public QThread
 public:
     explicit VRKUpdate(QObject *parent);
 
-    /// The last progress reported, a fraction of the whole update; kept from run to run.
+    /// The last progress reported, a fraction of the whole update; kept from run to run. Not while
+    /// the thread runs.
     double progress() const;
 
     /// Names the archive for the next run; not while the thread runs.

@@ -22,6 +22,8 @@ private slots:
     void badImagePaths_data();
     void badImagePaths();
     void pathGoesToTheLibraryInLatin1();
+    void everyRunStartsAtZero();
+    void folderIsLeftToTheLibrary();
 
 private:
     static bool run(AtmegaUpdate *update);
@@ -42,6 +44,8 @@ void AtmegaUpdateTest::init()
 bool AtmegaUpdateTest::run(AtmegaUpdate *update)
 {
     QSignalSpy results(update, &AtmegaUpdate::resultReady);
+    connect(update, &AtmegaUpdate::resultReady,
+            [] { FakeInstrument::note(QStringLiteral("resultReady")); });
     update->start();
     [&] { QVERIFY(update->wait(10000)); }();
     QCoreApplication::processEvents();
@@ -75,6 +79,7 @@ void AtmegaUpdateTest::flashesAndReportsATenth()
              QStringList(QStringLiteral("warning: ATMEGA Firmware upgrade successfully")));
     const QStringList calls = { QStringLiteral("+AtmegaUpdate::run"),
                                 QStringLiteral("VRK_FlashATMEGA_file"),
+                                QStringLiteral("resultReady"),
                                 QStringLiteral("-AtmegaUpdate::run") };
     QCOMPARE(fakeInstrument().calls, calls);
 }
@@ -151,6 +156,33 @@ void AtmegaUpdateTest::pathGoesToTheLibraryInLatin1()
     update.setImagePath(image.fileName());
     QVERIFY(!run(&update));
     QVERIFY2(flashedPath.contains("/\xfc?"), flashedPath.constData());
+}
+
+void AtmegaUpdateTest::everyRunStartsAtZero()
+{
+    fakeInstrument().flash = [](const char *, const VRK_ProgressCallback *progress) {
+        progress->function(progress->userData, 1, 1);
+        return VRK_RESULT_OK;
+    };
+    AtmegaUpdate update(nullptr);
+    update.setImagePath(m_image.fileName());
+    QVERIFY(run(&update));
+    QSignalSpy progress(&update, &AtmegaUpdate::progressChanged);
+    QVERIFY(run(&update));
+    QCOMPARE(QList<QVariantList>(progress), QList<QVariantList>({ { 0.0, 2000 }, { 0.1, 2000 } }));
+}
+
+void AtmegaUpdateTest::folderIsLeftToTheLibrary()
+{
+    QByteArray flashedPath;
+    fakeInstrument().flash = [&](const char *path, const VRK_ProgressCallback *) {
+        flashedPath = path;
+        return VRK_RESULT_UPGRADE_FILE_ERROR;
+    };
+    AtmegaUpdate update(nullptr);
+    update.setImagePath(QStringLiteral("/tmp"));
+    QVERIFY(!run(&update));
+    QCOMPARE(flashedPath, QByteArray("/tmp"));
 }
 
 QTEST_GUILESS_MAIN(AtmegaUpdateTest)

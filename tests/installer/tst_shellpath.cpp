@@ -49,6 +49,11 @@ void ShellPathTest::relativePathsBecomeAbsolute()
     const QString here = QDir::currentPath();
     QCOMPARE(shellPath(QStringLiteral("-u.tar.gz")), here + QLatin1String("/-u.tar.gz"));
     QCOMPARE(shellPath(QStringLiteral("host:a.tar.gz")), here + QLatin1String("/host:a.tar.gz"));
+
+    QVERIFY(QDir::setCurrent(QStringLiteral("/")));
+    const QString atRoot = shellPath(QStringLiteral("a.tar.gz"));
+    QVERIFY(QDir::setCurrent(here));
+    QCOMPARE(atRoot, QStringLiteral("/a.tar.gz"));
 }
 
 QTEST_GUILESS_MAIN(ShellPathTest)

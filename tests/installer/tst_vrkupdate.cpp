@@ -12,7 +12,10 @@
 
 namespace {
 
-constexpr int failed = 256; // as system() says of a command that exits with 1
+// As system() says of a command that exits with 1, of a killed one, and where it cannot run any.
+constexpr int failed = 256;
+constexpr int killed = 9;
+constexpr int noShell = -1;
 
 QString prepareCommand(const QString &archive)
 {
@@ -60,6 +63,45 @@ enum Command {
     LastSync,
 };
 
+/// Everything that a whole run with mmcblk1p3 in use logs.
+QStringList wholeLog(const QString &archive)
+{
+    const auto warning = [](const char *text) {
+        return QStringLiteral("warning: ") + QLatin1String(text);
+    };
+    const auto command = [run = wholeRun(archive)](Command place) {
+        return QStringLiteral("debug: \"%1\"").arg(run.at(place));
+    };
+    return {
+        warning("Unpacking prepare setup script"),
+        command(UnpackPrepare),
+        warning("Starting prepare setup script"),
+        command(RunPrepare),
+        command(FirstMounted),
+        command(SecondMounted),
+        QStringLiteral("debug: activePartition:  \"mmcblk1p3\""
+                       " inactivePartition:  \"mmcblk1p4\""),
+        command(CheckFstab),
+        warning("Unmounting active partition  \"mmcblk1p3\""),
+        command(Unmount),
+        warning("Mounting inactive partition \"mmcblk1p4\""),
+        command(Mount),
+        warning("Clearing inactive partition \"mmcblk1p4\""),
+        command(Clear),
+        warning("Extracting files..."),
+        command(Extract),
+        command(FirstSync),
+        warning("Making setup script executable"),
+        command(ChmodSetup),
+        warning("Starting setup script"),
+        command(RunSetup),
+        warning("Restore completed successfully!"),
+        command(SwitchFstab),
+        QStringLiteral("debug: Set activePartition to  \"mmcblk1p4\""),
+        command(LastSync),
+    };
+}
+
 } // namespace
 
 class VrkUpdateTest : public QObject
@@ -71,6 +113,7 @@ private slots:
     void init();
 
     void installsAndReports();
+    void progressIsReportedBetweenTheCommands();
     void swapsTheOtherWayRound();
     void ambiguousMountsEndTheRun_data();
     void ambiguousMountsEndTheRun();
@@ -78,6 +121,7 @@ private slots:
     void failingCommands();
     void badArchivePaths_data();
     void badArchivePaths();
+    void folderPassesTheCheck();
     void unusualArchivePathsAreQuotedInBothCommands();
     void prepareScriptIsUnpackedFromTmp();
     void interruptionEndsBetweenCommands_data();
@@ -87,7 +131,7 @@ private slots:
 private:
     /// Runs `update` to its end and returns its one result.
     static bool run(VRKUpdate *update);
-    void answer(int failingCommand = -1);
+    void answer(int failingCommand = -1, int status = failed);
 
     QTemporaryFile m_archiveFile;
     QString m_archive;
@@ -109,6 +153,8 @@ void VrkUpdateTest::init()
 bool VrkUpdateTest::run(VRKUpdate *update)
 {
     QSignalSpy results(update, &VRKUpdate::resultReady);
+    connect(update, &VRKUpdate::resultReady,
+            [] { FakeInstrument::note(QStringLiteral("resultReady")); });
     update->start();
     [&] { QVERIFY(update->wait(10000)); }();
     QCoreApplication::processEvents();
@@ -116,13 +162,14 @@ bool VrkUpdateTest::run(VRKUpdate *update)
     return results.value(0).value(0).toBool();
 }
 
-/// mmcblk1p3 is mounted; the command at one place of a whole run fails.
-void VrkUpdateTest::answer(int failingCommand)
+/// mmcblk1p3 is mounted; the command at one place of a whole run ends with `status`.
+void VrkUpdateTest::answer(int failingCommand, int status)
 {
     const QString failing = wholeRun(m_archive).value(failingCommand);
-    RecordedSystem::answerWith([failing](const QString &line) {
-        const bool otherMounted = line == QLatin1String("mount | grep -c mmcblk1p4");
-        return otherMounted || line == failing ? failed : 0;
+    RecordedSystem::answerWith([failing, status](const QString &line) {
+        if (line == failing)
+            return status;
+        return line == QLatin1String("mount | grep -c mmcblk1p4") ? failed : 0;
     });
 }
 
@@ -141,31 +188,25 @@ void VrkUpdateTest::installsAndReports()
     QCOMPARE(QList<QVariantList>(progress), reports);
     QCOMPARE(update.progress(), 1.0);
 
-    const QStringList warnings = {
-        QStringLiteral("Unpacking prepare setup script"),
-        QStringLiteral("Starting prepare setup script"),
-        QStringLiteral("Unmounting active partition  \"mmcblk1p3\""),
-        QStringLiteral("Mounting inactive partition \"mmcblk1p4\""),
-        QStringLiteral("Clearing inactive partition \"mmcblk1p4\""),
-        QStringLiteral("Extracting files..."),
-        QStringLiteral("Making setup script executable"),
-        QStringLiteral("Starting setup script"),
-        QStringLiteral("Restore completed successfully!"),
-    };
-    QCOMPARE(log.messages(QStringLiteral("warning")), warnings);
-
-    QStringList debug;
-    for (const QString &line : wholeRun(m_archive))
-        debug << QLatin1Char('"') + line + QLatin1Char('"');
-    debug.insert(CheckFstab,
-                 QStringLiteral("activePartition:  \"mmcblk1p3\""
-                                " inactivePartition:  \"mmcblk1p4\""));
-    debug.insert(debug.size() - 1, QStringLiteral("Set activePartition to  \"mmcblk1p4\""));
-    QCOMPARE(log.messages(QStringLiteral("debug")), debug);
-
-    const QStringList scope = { QStringLiteral("+VRKUpdate::run"),
+    QCOMPARE(log.messages(), wholeLog(m_archive));
+    const QStringList scope = { QStringLiteral("+VRKUpdate::run"), QStringLiteral("resultReady"),
                                 QStringLiteral("-VRKUpdate::run") };
     QCOMPARE(fakeInstrument().calls, scope);
+}
+
+void VrkUpdateTest::progressIsReportedBetweenTheCommands()
+{
+    VRKUpdate update(nullptr);
+    update.setImagePath(m_archive);
+    QVector<double> atCommand;
+    RecordedSystem::answerWith([&](const QString &line) {
+        atCommand << update.progress();
+        return line == QLatin1String("mount | grep -c mmcblk1p4") ? failed : 0;
+    });
+    QVERIFY(run(&update));
+    QVector<double> expected(Clear, 0.1);
+    expected << 0.15 << 0.2 << 0.9 << 0.99 << 0.99 << 0.99 << 0.99;
+    QCOMPARE(atCommand, expected);
 }
 
 void VrkUpdateTest::swapsTheOtherWayRound()
@@ -208,15 +249,16 @@ void VrkUpdateTest::ambiguousMountsEndTheRun()
 void VrkUpdateTest::failingCommands_data()
 {
     QTest::addColumn<int>("failing");
+    QTest::addColumn<int>("status");
     QTest::addColumn<int>("lastCommand");
     QTest::addColumn<bool>("result");
     QTest::addColumn<QString>("warning");
     QTest::addColumn<double>("progress");
 
     const auto row = [](const char *name, int failing, int last, const char *warning,
-                        double progress) {
-        QTest::newRow(name) << failing << last << (last == LastSync) << QString::fromLatin1(warning)
-                            << progress;
+                        double progress, int status = failed) {
+        QTest::newRow(name) << failing << status << last << (last == LastSync)
+                            << QString::fromLatin1(warning) << progress;
     };
     row("unpack prepare", UnpackPrepare, LastSync, "Unpacking prepare setup failed", 1.0);
     row("run prepare", RunPrepare, LastSync, "prepare setup failed", 1.0);
@@ -229,14 +271,19 @@ void VrkUpdateTest::failingCommands_data()
     row("chmod", ChmodSetup, LastSync, "", 1.0);
     row("setup", RunSetup, RunSetup, "CSetup script failed", 0.99);
     row("switch", SwitchFstab, SwitchFstab, "Changing fstab failed", 0.99);
+    row("extract killed", Extract, Extract, "Extract failed", 0.2, killed);
+    row("extract without a shell", Extract, Extract, "Extract failed", 0.2, noShell);
+    row("switch killed", SwitchFstab, SwitchFstab, "Changing fstab failed", 0.99, killed);
+    row("switch without a shell", SwitchFstab, SwitchFstab, "Changing fstab failed", 0.99, noShell);
 }
 
 void VrkUpdateTest::failingCommands()
 {
     QFETCH(int, failing);
+    QFETCH(int, status);
     QFETCH(int, lastCommand);
     QFETCH(QString, warning);
-    answer(failing);
+    answer(failing, status);
     MessageLog log;
     VRKUpdate update(nullptr);
     update.setImagePath(m_archive);
@@ -251,6 +298,8 @@ void VrkUpdateTest::failingCommands()
         QCOMPARE(warnings.size(), 9);
     else
         QCOMPARE(warnings.count(warning), 1);
+    QCOMPARE(warnings.contains(QStringLiteral("Restore completed successfully!")),
+             lastCommand >= SwitchFstab);
     QTEST(update.progress(), "progress");
 }
 
@@ -277,9 +326,17 @@ void VrkUpdateTest::badArchivePaths()
     QCOMPARE(update.progress(), 0.1);
 }
 
+void VrkUpdateTest::folderPassesTheCheck()
+{
+    VRKUpdate update(nullptr);
+    update.setImagePath(QStringLiteral("/tmp"));
+    QVERIFY(run(&update));
+    QCOMPARE(RecordedSystem::commandLines(), wholeRun(QStringLiteral("/tmp")));
+}
+
 void VrkUpdateTest::unusualArchivePathsAreQuotedInBothCommands()
 {
-    QTemporaryFile file(QDir::tempPath() + QLatin1String("/it's new XXXXXX"));
+    QTemporaryFile file(QDir::tempPath() + QStringLiteral("/it's \u66f4\u65b0 XXXXXX"));
     QVERIFY(file.open());
     VRKUpdate update(nullptr);
     update.setImagePath(file.fileName());

@@ -6,10 +6,9 @@ namespace {
 
 std::mutex s_mutex;
 
-void note(const QString &call)
+void note(const char *call)
 {
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    fakeInstrument().calls << call;
+    FakeInstrument::note(QString::fromLatin1(call));
 }
 
 } // namespace
@@ -26,12 +25,19 @@ void FakeInstrument::reset()
     fakeInstrument() = FakeInstrument();
 }
 
+void FakeInstrument::note(const QString &call)
+{
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    fakeInstrument().calls << call;
+}
+
 VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode,
                                   bool debug)
 {
-    note(QStringLiteral("VRK_Lib_Initialize"));
+    note("VRK_Lib_Initialize");
     fakeInstrument().mode = mode;
     fakeInstrument().debug = debug;
+    fakeInstrument().userData = userData;
     callback(userData, VRK_RESULT_BOARD_CONNECTION_FAILED, "a status message");
     if (fakeInstrument().onInitialize)
         fakeInstrument().onInitialize();
@@ -40,23 +46,23 @@ VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, V
 
 VRK_ResultCode VRK_GetDeviceInfo(VRK_DeviceInfo *info)
 {
-    note(QStringLiteral("VRK_GetDeviceInfo"));
+    note("VRK_GetDeviceInfo");
     if (fakeInstrument().fillDeviceInfo)
         fakeInstrument().fillDeviceInfo(info);
-    return VRK_RESULT_OK;
+    return fakeInstrument().queryResult;
 }
 
 VRK_ResultCode VRK_GetStatus(VRK_Status *status)
 {
-    note(QStringLiteral("VRK_GetStatus"));
+    note("VRK_GetStatus");
     if (fakeInstrument().fillStatus)
         fakeInstrument().fillStatus(status);
-    return VRK_RESULT_OK;
+    return fakeInstrument().queryResult;
 }
 
 VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback *progress)
 {
-    note(QStringLiteral("VRK_FlashATMEGA_file"));
+    note("VRK_FlashATMEGA_file");
     return fakeInstrument().flash ? fakeInstrument().flash(path, progress) : VRK_RESULT_OK;
 }
 
@@ -64,10 +70,11 @@ ScopeLogger::ScopeLogger(std::string name, bool quiet)
     : m_name(std::move(name))
     , m_quiet(quiet)
 {
-    note(QLatin1Char('+') + QString::fromStdString(m_name));
+    const std::string quietly = m_quiet ? " quietly" : "";
+    note(('+' + m_name + quietly).c_str());
 }
 
 ScopeLogger::~ScopeLogger()
 {
-    note(QLatin1Char('-') + QString::fromStdString(m_name));
+    note(('-' + m_name).c_str());
 }

@@ -11,6 +11,7 @@
 
 struct FakeInstrument {
     VRK_ResultCode initializeResult = VRK_RESULT_OK;
+    VRK_ResultCode queryResult = VRK_RESULT_OK; ///< of VRK_GetDeviceInfo and VRK_GetStatus
     std::function<void()> onInitialize;
     std::function<void(VRK_DeviceInfo *)> fillDeviceInfo;
     std::function<void(VRK_Status *)> fillStatus;
@@ -18,11 +19,15 @@ struct FakeInstrument {
 
     VRK_Lib_Mode mode = {};
     bool debug = false;
-    QStringList calls; ///< names of the functions called, in their order, and the scopes "+name",
-                       ///< "-name"
+    void *userData = nullptr; ///< as VRK_Lib_Initialize got it
+    QStringList calls; ///< names of the functions called, in their order, and the scopes "+name"
+                       ///< ("+name quietly") and "-name"
 
     /// Puts everything back to an instrument that answers 0 and knows nothing.
     static void reset();
+
+    /// Adds a line of the test's own to `calls`; on any thread.
+    static void note(const QString &call);
 };
 
 FakeInstrument &fakeInstrument();

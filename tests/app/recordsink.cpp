@@ -1,0 +1,24 @@
+// Linked on top of the product: a logger that is there before main() is, and writes the texts of
+// its records to the error channel.
+#include <plog/Log.h>
+
+#include <plog/Init.h>
+
+#include <iostream>
+
+namespace {
+
+class ErrorChannel : public plog::IAppender
+{
+public:
+    ErrorChannel() { plog::init(plog::warning, this); }
+
+    void write(const plog::Record &record) override
+    {
+        std::cerr << "record: " << record.getMessage() << std::endl;
+    }
+};
+
+ErrorChannel s_errorChannel;
+
+} // namespace
