@@ -47,28 +47,6 @@ class Settings:
     delayed: tuple = ()
 
 
-@dataclass(frozen=True)
-class Build:
-    """What of a build goes into the instrument, and the root file system under it."""
-
-    program: Path
-    library: Path
-    translations: Path
-    base: Path = Path("/")
-
-    @classmethod
-    def native(cls, folder):
-        """The parts of a native build folder."""
-        return cls(folder / "bin" / "vrk-updater-simulated", folder / "lib" / "libvrk-embedded-api.so",
-                   folder / "bin" / "translations")
-
-    def check(self):
-        """Raises FileNotFoundError when a part is missing."""
-        for part in (self.program, self.library, self.translations):
-            if not part.exists():
-                raise FileNotFoundError(f"{part} is missing: build first")
-
-
 class Instrument:
     """An instrument in a folder; a context in which it is switched on."""
 
@@ -159,7 +137,8 @@ class Instrument:
     def start_updater(self, arguments, environment, output):
         """Starts the updater as the instrument would; returns the process."""
         basics = {"PATH": standins.search_path(), "HOME": "/root", "LANG": "C.UTF-8",
-                  "XDG_RUNTIME_DIR": "/run", "LD_LIBRARY_PATH": f"{os.path.dirname(PROGRAM)}/lib"}
+                  "XDG_RUNTIME_DIR": "/run", "LD_LIBRARY_PATH": f"{os.path.dirname(PROGRAM)}/lib",
+                  **self._build.environment}
         return subprocess.Popen(self.root.command(PROGRAM, *arguments), env={**basics, **environment},
                                 stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
 

@@ -11,12 +11,12 @@ from pathlib import Path
 
 import report
 import sample
-from instrument import Build, Instrument, Settings
+from build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, Build, NotPossible
+from instrument import Instrument, Settings
 from isolation import OWN_FAILURE, run_isolated
 from operation import operate
 
 SOURCES = Path(__file__).resolve().parent.parent
-NOT_POSSIBLE = 77
 OFFERED_VERSION = "3.5.0"
 OFFERED_FIRMWARE = "2.07"
 SIGNALS = {"TERM": signal.SIGTERM, "INT": signal.SIGINT, "KILL": signal.SIGKILL}
@@ -71,16 +71,44 @@ def parse(arguments):
     parser.add_argument("--signal", type=signal_at_moment)
     parser.add_argument("--size", type=screen_size, default=(800, 480))
     parser.add_argument("--virtual", action="store_true")
-    parser.add_argument("--build", type=Path, default=SOURCES / "build" / "dev")
+    parser.add_argument("--arm", action="store_true")
+    parser.add_argument("--effects", action="store_true")
+    parser.add_argument("--build", type=Path)
+    parser.add_argument("--program")
     own, updater = arguments, None
     if "--" in arguments:
         at = arguments.index("--")
         own, updater = arguments[:at], arguments[at + 1:]
     options = parser.parse_args(own)
     options.updater_arguments = updater
+    options.program = options.program or (ARM_PROGRAM if options.arm else NATIVE_PROGRAM)
+    if options.effects and not options.arm:
+        parser.error("--effects goes with --arm only; other builds draw them always")
     if options.archive and not options.archive.is_file():
         parser.error(f"there is no archive {options.archive}")
     return options
+
+
+def preset_of(options):
+    """The preset to build first; none for a build folder that is named."""
+    return "" if options.build else "arm" if options.arm else "dev"
+
+
+def build_of(options):
+    """The parts to use; raises OSError or NotPossible when they are not there."""
+    folder = (options.build or SOURCES / "build" / preset_of(options)).absolute()
+    if options.arm:
+        build = Build.arm(folder, options.program, options.effects)
+    else:
+        build = Build.native(folder, options.program)
+    build.check()
+    return build
+
+
+def require_devices():
+    """Raises NotPossible where the instrument's partitions cannot be had."""
+    if os.geteuid() != 0 or not os.path.exists("/dev/loop-control"):
+        raise NotPossible("needs root and loop devices for the instrument's partitions")
 
 
 def settings_of(options):
@@ -113,9 +141,9 @@ def updater_arguments(options, archive_on_drive):
     return chosen + ["--debug"] * options.debug + ["--silent"] * options.silent
 
 
-def run(options, folder, archive):
+def run(options, build, folder, archive):
     """One run, inside the namespaces; returns the updater's exit status."""
-    instrument = Instrument(folder, Build.native(options.build.absolute()), settings_of(options))
+    instrument = Instrument(folder, build, settings_of(options))
     before = report.take(instrument)
     with instrument:
         arguments = updater_arguments(options, instrument.plug_in_drive(archive))
@@ -126,17 +154,30 @@ def run(options, folder, archive):
     return outcome.status
 
 
+def simulate(options):
+    """Prepares a run and makes it; returns the exit status."""
+    build = build_of(options)
+    folder, _lock = open_folder(options)
+    archive = (options.archive or sample.sample_archive(
+        SOURCES / "build" / "simulator" / "archives", OFFERED_VERSION, OFFERED_FIRMWARE,
+        build.translations)).absolute()
+    return run_isolated(lambda: run(options, build, folder, archive))
+
+
 def main():
-    options = parse(sys.argv[1:])
-    if os.geteuid() != 0 or not os.path.exists("/dev/loop-control"):
-        print("simulate: needs root and loop devices for the instrument's partitions", file=sys.stderr)
-        return NOT_POSSIBLE
+    arguments = sys.argv[1:]
+    only_checking = arguments[:1] == ["--check"]
+    options = parse(arguments[only_checking:])
     try:
-        Build.native(options.build).check()
-        folder, _lock = open_folder(options)
-        archive = (options.archive or sample.sample_archive(
-            SOURCES / "build" / "simulator" / "archives", OFFERED_VERSION, OFFERED_FIRMWARE)).absolute()
-        return run_isolated(lambda: run(options, folder, archive))
+        require_devices()
+        if only_checking:
+            if not options.build:
+                print(preset_of(options), options.program)
+            return 0
+        return simulate(options)
+    except NotPossible as error:
+        print(f"simulate: {error}", file=sys.stderr)
+        return NOT_POSSIBLE
     except (OSError, subprocess.SubprocessError) as error:
         print(f"simulate: {error}", file=sys.stderr)
         return OWN_FAILURE

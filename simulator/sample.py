@@ -58,10 +58,10 @@ def write_system(folder, version, firmware_version, translations=None):
         shutil.copytree(translations, share / "translations")
 
 
-def write_update(root, version, firmware_version, ballast_files=BALLAST_FILES):
+def write_update(root, version, firmware_version, translations=None, ballast_files=BALLAST_FILES):
     """Fills root with "usr/local" for an update archive: a system, both scripts, some bulk."""
     folder = root / "usr" / "local"
-    write_system(folder, version, firmware_version)
+    write_system(folder, version, firmware_version, translations)
     _write_script(folder / "bin" / "zepra-prepare-update.sh", PREPARE_SCRIPT.format(version=version))
     _write_script(folder / "bin" / "zepra-setup.sh", SETUP_SCRIPT.format(version=version))
     _write_odd_names(folder / "share" / "zentar" / "odd")
@@ -73,17 +73,17 @@ def write_update(root, version, firmware_version, ballast_files=BALLAST_FILES):
         os.utime(path, (TIME, TIME), follow_symlinks=False)
 
 
-def sample_archive(cache, version, firmware_version):
-    """The path of the sample archive of these versions; made when the cache lacks it."""
-    sources = Path(__file__).read_bytes() + MAKE_ARCHIVE.read_bytes()
-    stamp = hashlib.sha256(sources + firmware_version.encode()).hexdigest()[:12]
-    archive = cache / stamp / f"zepra_update_v{version}.tar.gz"
+def sample_archive(cache, version, firmware_version, translations):
+    """The path of the sample archive with these contents; made when the cache lacks it."""
+    sources = [Path(__file__), MAKE_ARCHIVE, *sorted(translations.iterdir())]
+    content = b"".join(source.read_bytes() for source in sources) + firmware_version.encode()
+    archive = cache / hashlib.sha256(content).hexdigest()[:12] / f"zepra_update_v{version}.tar.gz"
     if not archive.exists():
         print(f"making a sample update archive: {archive}", flush=True)
         archive.parent.mkdir(parents=True, exist_ok=True)
         with tempfile.TemporaryDirectory(dir=archive.parent) as folder:
             root = Path(folder, "root")
-            write_update(root, version, firmware_version)
+            write_update(root, version, firmware_version, translations)
             subprocess.run([MAKE_ARCHIVE, root, "--version", version, "--output", folder],
                            check=True, stdout=subprocess.DEVNULL)
             Path(folder, archive.name).replace(archive)

@@ -65,17 +65,12 @@ class VirtualScreen:
         The server may be in the middle of drawing, so it is read until two reads agree; on a
         screen that keeps changing the last of a few reads counts.
         """
-        return self.rows(0, self.height)
-
-    def rows(self, top, bottom):
-        """The part of the picture from row `top` up to, not including, row `bottom`."""
-        layout = _Layout(self._memory)
-        picture = layout.rows(self._memory, top, bottom)
+        picture = self._memory[:]
         for _ in range(READS_AT_MOST):
-            before, picture = picture, layout.rows(self._memory, top, bottom)
+            before, picture = picture, self._memory[:]
             if picture == before:
                 break
-        return Frame(self.width, bottom - top, picture)
+        return _decoded(picture)
 
     def give_focus(self):
         """Gives the program's window the keyboard focus, as on the instrument; false without one.
@@ -151,16 +146,11 @@ def _mapped(path):
         return mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
 
 
-class _Layout:
-    """Where the pixels lie in the server's frame buffer, an XWD file."""
-
-    def __init__(self, xwd):
-        fields = struct.unpack_from(">20I", xwd)
-        self._used, self._stride = 4 * fields[4], fields[12]
-        self._start = fields[0] + 12 * fields[19]
-
-    def rows(self, xwd, top, bottom):
-        first, end = (self._start + row * self._stride for row in (top, bottom))
-        if self._stride == self._used:
-            return xwd[first:end]
-        return b"".join(xwd[at:at + self._used] for at in range(first, end, self._stride))
+def _decoded(xwd):
+    fields = struct.unpack_from(">20I", xwd)
+    width, height, row, colours = fields[4], fields[5], fields[12], fields[19]
+    start = fields[0] + 12 * colours
+    if row == 4 * width:
+        return Frame(width, height, xwd[start:start + row * height])
+    rows = (xwd[at:at + 4 * width] for at in range(start, start + row * height, row))
+    return Frame(width, height, b"".join(rows))

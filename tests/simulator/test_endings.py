@@ -10,9 +10,9 @@ EXTRACTION = "tar xvzf"
 
 class Endings(bench.SimulatorTest):
 
-    def wait_for_command(self, beginning):
-        until = time.monotonic() + 30
-        while time.monotonic() < until:
+    def wait_for_command(self, process, beginning):
+        until = time.monotonic() + 30 * bench.SLOWNESS
+        while time.monotonic() < until and process.poll() is None:
             if any(line.startswith(beginning) for line in self.commands()):
                 return
             time.sleep(0.02)
@@ -21,9 +21,9 @@ class Endings(bench.SimulatorTest):
     def end_simulation(self, number):
         """Ends ./simulate by a signal in the middle of the extraction; returns its exit status."""
         process = self.start("--silent", "--archive", bench.big_archive())
-        self.wait_for_command(EXTRACTION)
+        self.wait_for_command(process, EXTRACTION)
         process.send_signal(number)
-        process.communicate(timeout=30)
+        process.communicate(timeout=30 * bench.SLOWNESS)
         return process.returncode
 
     def test_signal_at_the_question(self):
@@ -55,10 +55,10 @@ class Endings(bench.SimulatorTest):
         while not (self.instrument / "log").exists():
             time.sleep(0.02)
         second = self.start("--archive", self.archive)
-        output = second.communicate(timeout=30)[0]
+        output = second.communicate(timeout=30 * bench.SLOWNESS)[0]
         self.assertEqual(second.returncode, 125)
         self.assertIn("another simulation is using", output)
-        first.communicate(timeout=60)
+        first.communicate(timeout=60 * bench.SLOWNESS)
         self.assertEqual(first.returncode, 0)
 
     def test_folder_of_something_else_is_left_alone(self):
@@ -66,7 +66,7 @@ class Endings(bench.SimulatorTest):
         precious.parent.mkdir(parents=True)
         precious.touch()
         process = self.start("--archive", self.archive)
-        self.assertIn("holds something else", process.communicate(timeout=30)[0])
+        self.assertIn("holds something else", process.communicate(timeout=30 * bench.SLOWNESS)[0])
         self.assertEqual(process.returncode, 125)
         self.assertTrue(precious.exists())
 

@@ -24,7 +24,7 @@ class Faults(bench.SimulatorTest):
         self.assertEqual(findings["mounted"], mounted)
         self.assertEqual(findings["after"]["partition"], USED)
         self.assertEqual(findings["after"]["board"], "2.06")
-        self.assertEqual(self.screens(findings)[-1], "error")
+        self.assertEqual(self.screens(findings)[-1], self.ending("error"))
         self.assertTrue(self.commands()[-1].startswith(last_command), self.commands())
 
     def check_stopping(self, name):

@@ -29,16 +29,18 @@ class Runs(bench.SimulatorTest):
         self.assert_nothing_left()
 
     def test_second_update_goes_back_without_flashing(self):
-        self.simulate("--silent")
-        findings = self.simulate("--silent")
+        self.simulate("--silent", "--language", "2")
+        findings = self.simulate("--silent", "--language", "2")
         self.assertEqual(findings["before"]["partition"], "mmcblk1p4")
         self.assert_ended(findings, mounted="mmcblk1p3", partition="mmcblk1p3", version="3.5.0", board="2.07")
         self.assertEqual(self.commands(), bench.commands_of_success(f"/media/usb/{self.archive.name}", "mmcblk1p4"))
         self.assertIn("Versions are the same, ignoring ATMEGA update", self.log())
         self.assertNotIn("AtmegaUpdate::setImagePath", self.log())
+        self.assertNotIn("Could not load translations", self.log())
 
     def test_interactive_success(self):
-        findings = self.simulate("--language", "2", "--delay", "gzip:2")
+        effects = ["--effects"] if bench.ARM else []
+        findings = self.simulate("--language", "2", "--delay", "gzip:2", *effects)
         self.assertEqual(self.screens(findings), ["welcome", "confirm", "installing", "final"])
         self.assertIn("checking", [screen["name"] for screen in findings["screens"]])
         self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.07")
@@ -69,25 +71,25 @@ class Runs(bench.SimulatorTest):
     def test_failed_flash_interactive(self):
         findings = self.simulate("--board-result", "61")
         self.assertEqual(findings["exit_status"], 0)
-        self.assertEqual(self.screens(findings)[-1], "error")
+        self.assertEqual(self.screens(findings)[-1], self.ending("error"))
         self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.06")
 
     def test_corrupt_archive(self):
         self.archive.write_bytes(self.archive.read_bytes()[:-1000])
         findings = self.simulate()
-        self.assertEqual(self.screens(findings), ["welcome", "confirm", "error"])
+        self.assertEqual(self.screens(findings), ["welcome", "confirm", self.ending("error")])
         self.assert_ended(findings, mounted="mmcblk1p3", partition="mmcblk1p3", version="3.4.0", board="2.06")
         self.assertEqual(self.commands(), [f"gzip -t /media/usb/{self.archive.name}"])
 
     def test_missing_archive(self):
         findings = self.simulate("--", "-u", "/media/usb/zepra_update_v9.tar.gz")
-        self.assertEqual(self.screens(findings)[-1], "error")
+        self.assertEqual(self.screens(findings)[-1], self.ending("error"))
         self.assertIn("Could not find file /media/usb/zepra_update_v9.tar.gz", self.log())
         self.assertEqual(self.commands(), [])
 
     def test_no_archive_named(self):
         findings = self.simulate("--")
-        self.assertEqual(self.screens(findings), ["welcome", "error"])
+        self.assertEqual(self.screens(findings), ["welcome", self.ending("error")])
         self.assertEqual(findings["exit_status"], 0)
         self.assertEqual(self.commands(), [])
 
