@@ -8,7 +8,7 @@ if(TARGET plog::plog)
     return()
 endif()
 
-if(DEFINED ENV{XDG_CACHE_HOME})
+if(NOT "$ENV{XDG_CACHE_HOME}" STREQUAL "")
     set(plog_cache "$ENV{XDG_CACHE_HOME}")
 else()
     set(plog_cache "$ENV{HOME}/.cache")
