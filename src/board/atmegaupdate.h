@@ -21,7 +21,7 @@ public slots:
     void setImagePath(const QString &imagePath);
 
     /// Takes over the fraction of the flash that is done and reports a change. Called on the
-    /// library's thread.
+    /// worker thread and, while a flash lasts, on a thread of the library's choosing.
     void setProgress(double progress);
 
 signals:

@@ -25,7 +25,7 @@ void endWorker(QThread *worker)
 }
 
 /// Gives the display a second to show a new window, which cannot be drawn before. The operator's
-/// input waits for the event loop.
+/// input is held back meanwhile.
 void awaitExposure(const QWindow *window)
 {
     constexpr int timeoutMsecs = 1000;

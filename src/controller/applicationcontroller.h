@@ -12,7 +12,6 @@ class AtmegaUpdate;
 class LocaleManager;
 class QQmlApplicationEngine;
 class QSettings;
-class QThread;
 class VRKUpdate;
 
 /// Everything the screen shows and everything the operator can do; walks through one update.

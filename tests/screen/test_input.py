@@ -122,6 +122,7 @@ class InputTest(unittest.TestCase):
                 act()
                 self.wait_for(focus="yes")
                 self.assert_nothing_happens(lambda: None)
+                self.assertEqual(self.film.states()[-1], "upper, message, pair, focus yes")
                 self.doCleanups()
 
     def test_nothing_has_the_focus_without_question_and_button(self):
