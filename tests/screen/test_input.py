@@ -114,16 +114,13 @@ class InputTest(unittest.TestCase):
         self.screen.touch(20, 470)  # the button is as wide as the window
         self.assert_leaves()
 
-    def test_input_before_the_question_does_not_answer_it(self):
-        for name, act in (("key", lambda: self.screen.key("Return")),
-                          ("touch", lambda: self.screen.touch(*YES))):
-            with self.subTest(name):
-                self.play(Play(initialize_ms=2500))
-                act()
-                self.wait_for(focus="yes")
-                self.assert_nothing_happens(lambda: None)
-                self.assertEqual(self.film.states()[-1], "upper, message, pair, focus yes")
-                self.doCleanups()
+    def test_keys_before_the_question_do_not_answer_it(self):
+        # A touch may: the pair is on the screen, and the touch waits until the library has started.
+        self.play(Play(initialize_ms=2500))
+        self.screen.key("Return")
+        self.wait_for(focus="yes")
+        self.assert_nothing_happens(lambda: None)
+        self.assertEqual(self.film.states()[-1], "upper, message, pair, focus yes")
 
     def test_nothing_has_the_focus_without_question_and_button(self):
         self.play(Play(SILENT, delays={"gzip": 1, "tar": 8}))
