@@ -12,7 +12,7 @@ namespace {
 
 /// Scale of the reported values. After an installation the bar is full already, and the controller
 /// keeps it so.
-constexpr double boardShare = 0.1;
+constexpr double reportScale = 0.1;
 constexpr int expectedDurationMsecs = 2000;
 
 void progressCallback(void *userData, int done, int total)
@@ -61,7 +61,7 @@ void AtmegaUpdate::setProgress(double progress)
     if (qFuzzyCompare(m_progress, progress))
         return;
     m_progress = progress;
-    emit progressChanged(progress * boardShare, expectedDurationMsecs);
+    emit progressChanged(progress * reportScale, expectedDurationMsecs);
 }
 
 void AtmegaUpdate::run()

@@ -1,6 +1,7 @@
 #include "atmegaupdate.h"
 #include "fakeinstrument.h"
 #include "messagelog.h"
+#include "workerrun.h"
 
 #include <QSignalSpy>
 #include <QTemporaryFile>
@@ -26,8 +27,6 @@ private slots:
     void folderIsLeftToTheLibrary();
 
 private:
-    static bool run(AtmegaUpdate *update);
-
     QTemporaryFile m_image;
 };
 
@@ -39,18 +38,6 @@ void AtmegaUpdateTest::initTestCase()
 void AtmegaUpdateTest::init()
 {
     FakeInstrument::reset();
-}
-
-bool AtmegaUpdateTest::run(AtmegaUpdate *update)
-{
-    QSignalSpy results(update, &AtmegaUpdate::resultReady);
-    connect(update, &AtmegaUpdate::resultReady,
-            [] { FakeInstrument::note(QStringLiteral("resultReady")); });
-    update->start();
-    [&] { QVERIFY(update->wait(10000)); }();
-    QCoreApplication::processEvents();
-    [&] { QCOMPARE(results.count(), 1); }();
-    return results.value(0).value(0).toBool();
 }
 
 void AtmegaUpdateTest::flashesAndReportsATenth()
@@ -69,7 +56,7 @@ void AtmegaUpdateTest::flashesAndReportsATenth()
     AtmegaUpdate update(nullptr);
     update.setImagePath(m_image.fileName());
     QSignalSpy progress(&update, &AtmegaUpdate::progressChanged);
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
 
     QCOMPARE(flashedPath, m_image.fileName().toLatin1());
     const QList<QVariantList> reports = { { 0.05, 2000 }, { 0.1, 2000 }, { 0.125, 2000 } };
@@ -112,7 +99,7 @@ void AtmegaUpdateTest::resultCodes()
     MessageLog log;
     AtmegaUpdate update(nullptr);
     update.setImagePath(m_image.fileName());
-    QVERIFY(!run(&update));
+    QVERIFY(!runWorker(&update));
 
     const QStringList messages = {
         QStringLiteral("warning: Error upgrading firmware. Error return:  %1").arg(code),
@@ -138,7 +125,7 @@ void AtmegaUpdateTest::badImagePaths()
     MessageLog log;
     AtmegaUpdate update(nullptr);
     update.setImagePath(path);
-    QVERIFY(!run(&update));
+    QVERIFY(!runWorker(&update));
     QCOMPARE(log.messages(), QStringList(QLatin1String("warning: ") + message));
     QVERIFY(!fakeInstrument().calls.contains(QStringLiteral("VRK_FlashATMEGA_file")));
 }
@@ -154,7 +141,7 @@ void AtmegaUpdateTest::pathGoesToTheLibraryInLatin1()
     };
     AtmegaUpdate update(nullptr);
     update.setImagePath(image.fileName());
-    QVERIFY(!run(&update));
+    QVERIFY(!runWorker(&update));
     QVERIFY2(flashedPath.contains("/\xfc?"), flashedPath.constData());
 }
 
@@ -166,9 +153,9 @@ void AtmegaUpdateTest::everyRunStartsAtZero()
     };
     AtmegaUpdate update(nullptr);
     update.setImagePath(m_image.fileName());
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
     QSignalSpy progress(&update, &AtmegaUpdate::progressChanged);
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
     QCOMPARE(QList<QVariantList>(progress), QList<QVariantList>({ { 0.0, 2000 }, { 0.1, 2000 } }));
 }
 
@@ -181,7 +168,7 @@ void AtmegaUpdateTest::folderIsLeftToTheLibrary()
     };
     AtmegaUpdate update(nullptr);
     update.setImagePath(QStringLiteral("/tmp"));
-    QVERIFY(!run(&update));
+    QVERIFY(!runWorker(&update));
     QCOMPARE(flashedPath, QByteArray("/tmp"));
 }
 

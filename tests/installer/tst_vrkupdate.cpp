@@ -2,6 +2,7 @@
 #include "messagelog.h"
 #include "recordedsystem.h"
 #include "vrkupdate.h"
+#include "workerrun.h"
 
 #include <QDir>
 #include <QSignalSpy>
@@ -129,8 +130,6 @@ private slots:
     void secondRunDropsTheProgressItAlreadyReported();
 
 private:
-    /// Runs `update` to its end and returns its one result.
-    static bool run(VRKUpdate *update);
     void answer(int failingCommand = -1, int status = failed);
 
     QTemporaryFile m_archiveFile;
@@ -148,18 +147,6 @@ void VrkUpdateTest::init()
     FakeInstrument::reset();
     RecordedSystem::reset();
     answer();
-}
-
-bool VrkUpdateTest::run(VRKUpdate *update)
-{
-    QSignalSpy results(update, &VRKUpdate::resultReady);
-    connect(update, &VRKUpdate::resultReady,
-            [] { FakeInstrument::note(QStringLiteral("resultReady")); });
-    update->start();
-    [&] { QVERIFY(update->wait(10000)); }();
-    QCoreApplication::processEvents();
-    [&] { QCOMPARE(results.count(), 1); }();
-    return results.value(0).value(0).toBool();
 }
 
 /// mmcblk1p3 is mounted; the command at one place of a whole run ends with `status`.
@@ -180,7 +167,7 @@ void VrkUpdateTest::installsAndReports()
     QCOMPARE(update.progress(), 0.0);
     update.setImagePath(m_archive);
     QSignalSpy progress(&update, &VRKUpdate::progressChanged);
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
 
     QCOMPARE(RecordedSystem::commandLines(), wholeRun(m_archive));
     const QList<QVariantList> reports = { { 0.1, 3000 },  { 0.15, 4000 }, { 0.2, 4000 },
@@ -203,7 +190,7 @@ void VrkUpdateTest::progressIsReportedBetweenTheCommands()
         atCommand << update.progress();
         return line == QLatin1String("mount | grep -c mmcblk1p4") ? failed : 0;
     });
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
     QVector<double> expected(Clear, 0.1);
     expected << 0.15 << 0.2 << 0.9 << 0.99 << 0.99 << 0.99 << 0.99;
     QCOMPARE(atCommand, expected);
@@ -216,7 +203,7 @@ void VrkUpdateTest::swapsTheOtherWayRound()
     });
     VRKUpdate update(nullptr);
     update.setImagePath(m_archive);
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
     const QStringList lines = RecordedSystem::commandLines();
     QCOMPARE(lines.value(Unmount), QStringLiteral("umount -l /dev/mmcblk1p4"));
     QCOMPARE(lines.value(Mount), QStringLiteral("mount /dev/mmcblk1p3 /usr/local"));
@@ -240,7 +227,7 @@ void VrkUpdateTest::ambiguousMountsEndTheRun()
     MessageLog log;
     VRKUpdate update(nullptr);
     update.setImagePath(m_archive);
-    QVERIFY(!run(&update));
+    QVERIFY(!runWorker(&update));
     QCOMPARE(RecordedSystem::commandLines(), wholeRun(m_archive).mid(0, CheckFstab));
     QCOMPARE(log.messages(QStringLiteral("warning")).last(),
              QStringLiteral("Could not find active partition"));
@@ -287,7 +274,7 @@ void VrkUpdateTest::failingCommands()
     MessageLog log;
     VRKUpdate update(nullptr);
     update.setImagePath(m_archive);
-    QTEST(run(&update), "result");
+    QTEST(runWorker(&update), "result");
 
     QStringList expected = wholeRun(m_archive).mid(0, lastCommand + 1);
     if (failing == UnpackPrepare)
@@ -320,7 +307,7 @@ void VrkUpdateTest::badArchivePaths()
     MessageLog log;
     VRKUpdate update(nullptr);
     update.setImagePath(path);
-    QVERIFY(!run(&update));
+    QVERIFY(!runWorker(&update));
     QCOMPARE(log.messages(), QStringList(QLatin1String("warning: ") + warning));
     QCOMPARE(RecordedSystem::commandLines(), QStringList());
     QCOMPARE(update.progress(), 0.1);
@@ -330,7 +317,7 @@ void VrkUpdateTest::folderPassesTheCheck()
 {
     VRKUpdate update(nullptr);
     update.setImagePath(QStringLiteral("/tmp"));
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
     QCOMPARE(RecordedSystem::commandLines(), wholeRun(QStringLiteral("/tmp")));
 }
 
@@ -340,7 +327,7 @@ void VrkUpdateTest::unusualArchivePathsAreQuotedInBothCommands()
     QVERIFY(file.open());
     VRKUpdate update(nullptr);
     update.setImagePath(file.fileName());
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
 
     QString quoted = file.fileName();
     quoted = QLatin1Char('\'') + quoted.replace(QLatin1String("'"), QLatin1String("'\\''"))
@@ -359,7 +346,7 @@ void VrkUpdateTest::prepareScriptIsUnpackedFromTmp()
     });
     VRKUpdate update(nullptr);
     update.setImagePath(m_archive);
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
     QCOMPARE(folders.takeFirst(), QStringLiteral("/tmp"));
     QCOMPARE(folders.count(here), LastSync);
     QCOMPARE(QDir::currentPath(), here);
@@ -387,7 +374,7 @@ void VrkUpdateTest::interruptionEndsBetweenCommands()
         return line == QLatin1String("mount | grep -c mmcblk1p4") ? failed : 0;
     });
     MessageLog log;
-    QCOMPARE(run(&update), commands > LastSync);
+    QCOMPARE(runWorker(&update), commands > LastSync);
     QCOMPARE(RecordedSystem::commandLines(), wholeRun(m_archive).mid(0, commands));
     QCOMPARE(log.messages(QStringLiteral("warning")).count(QStringLiteral("Update interrupted")),
              commands > LastSync ? 0 : 1);
@@ -396,12 +383,12 @@ void VrkUpdateTest::interruptionEndsBetweenCommands()
 void VrkUpdateTest::secondRunDropsTheProgressItAlreadyReported()
 {
     VRKUpdate update(nullptr);
-    QVERIFY(!run(&update));
+    QVERIFY(!runWorker(&update));
     QSignalSpy progress(&update, &VRKUpdate::progressChanged);
-    QVERIFY(!run(&update));
+    QVERIFY(!runWorker(&update));
     QCOMPARE(progress.count(), 0);
     update.setImagePath(m_archive);
-    QVERIFY(run(&update));
+    QVERIFY(runWorker(&update));
     QCOMPARE(progress.count(), 5);
 }
 
