@@ -32,6 +32,8 @@ set -e
 mkdir -p {TRACES}
 echo {{version}} > /usr/local/{SETUP_TRACE}
 echo "set up {{version}}" >> {TRACES}/setup.log
+# What was written reaches the disk before /etc/fstab names this partition.
+sync
 """
 
 ODD_NAMES = [

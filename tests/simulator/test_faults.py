@@ -66,7 +66,7 @@ class Faults(bench.SimulatorTest):
         self.assert_stopped(findings, "CSetup script failed", IDLE, "/usr/local/bin/zepra-setup.sh")
 
     def test_ignored_failures(self):
-        for fault in ("sync:1", "chmod:2"):
+        for fault in ("sync:3", "chmod:2"):
             with self.subTest(fault):
                 findings = self.simulate("--silent", "--board", "absent", "--fail", fault)
                 self.assertEqual(findings["exit_status"], 0)
