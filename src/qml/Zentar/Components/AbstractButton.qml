@@ -57,7 +57,9 @@ FocusWidget {
         switch (event.key) {
         case Qt.Key_Return:
             event.accepted = true
-            root.clicked(event)
+            // A key held down must not answer a screen that nobody has read yet.
+            if (!event.isAutoRepeat)
+                root.clicked(event)
             break
         case Qt.Key_H:
             event.accepted = true
