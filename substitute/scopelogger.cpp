@@ -2,20 +2,32 @@
 
 #include <plog/Log.h>
 
+#include <new>
 #include <utility>
 
+namespace {
+
+struct Scope {
+    std::string name;
+    bool quiet;
+};
+static_assert(sizeof(Scope) <= sizeof(ScopeLogger) && alignof(Scope) <= alignof(ScopeLogger));
+
+} // namespace
+
 ScopeLogger::ScopeLogger(std::string name, bool quiet)
-    : m_name(std::move(name))
-    , m_quiet(quiet)
 {
-    if (!m_quiet) {
-        LOG_DEBUG << m_name << ": entered";
+    const auto *scope = new (m_storage) Scope { std::move(name), quiet };
+    if (!scope->quiet) {
+        LOG_DEBUG << scope->name << ": entered";
     }
 }
 
 ScopeLogger::~ScopeLogger()
 {
-    if (!m_quiet) {
-        LOG_DEBUG << m_name << ": left";
+    auto *scope = std::launder(reinterpret_cast<Scope *>(m_storage));
+    if (!scope->quiet) {
+        LOG_DEBUG << scope->name << ": left";
     }
+    scope->~Scope();
 }

@@ -1,6 +1,8 @@
 // Declarations of libvrk-embedded-api, the instrument maker's closed library, as far as the
-// updater uses them. The record layouts are the library's binary interface;
-// vrk-embedded-api-layout.cpp holds every compiler to it.
+// updater uses them. Known are the places of the members that are named here, and that the records
+// are no shorter; how long they and the class really are is not. Each therefore has room to spare:
+// the library writes into objects that the updater puts on its stack.
+// vrk-embedded-api-layout.cpp asserts for every compiler what is known.
 #pragma once
 
 #include <cstddef>
@@ -22,15 +24,16 @@ enum VRK_Lib_Mode : std::int32_t {
     VRK_LIB_MODE_UPDATER = 3,
 };
 
-/// State of the measurement board.
+/// State of the measurement board; at least 8 bytes long in the library.
 struct VRK_Status {
     std::uint32_t flags = 0;
     std::uint8_t reserved[3] = {};
     std::uint8_t boardConnected = 0; ///< non-zero while the board is connected and answering
+    std::uint8_t room[1016] = {};
 };
 
-/// What the instrument says of itself. Both texts end with a NUL; the other members are the
-/// library's own and only keep their places and defaults here.
+/// What the instrument says of itself; at least 244 bytes long in the library. Both texts end with
+/// a NUL; the other members are the library's own and only keep their places and defaults here.
 struct VRK_DeviceInfo {
     std::uint16_t reserved0 = 0;
     std::uint16_t reserved2 = 0;
@@ -56,6 +59,7 @@ struct VRK_DeviceInfo {
     std::uint32_t reserved232 = 35;
     std::uint32_t reserved236 = 50;
     std::uint32_t reserved240 = 45;
+    std::uint8_t room[3852] = {};
 };
 
 /// Where the library reports the progress of a flash.
@@ -68,7 +72,11 @@ struct VRK_ProgressCallback {
 /// Receives the library's status messages, at any time and on any thread.
 using VRK_StatusCallback = void (*)(void *userData, VRK_ResultCode code, const char *message);
 
+// A C++ library offers its functions under names that carry their types. For one that offers the
+// bare names the build sets this definition (cmake/FindVrkEmbeddedApi.cmake).
+#ifdef VRK_EMBEDDED_API_BARE_NAMES
 extern "C" {
+#endif
 
 /// Prepares the library; call it once, before anything else. Installs the shared plog logger.
 VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode,
@@ -84,9 +92,12 @@ VRK_ResultCode VRK_GetStatus(VRK_Status *status);
 /// returns when that has ended. `progress` need not outlive the call.
 VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback *progress);
 
+#ifdef VRK_EMBEDDED_API_BARE_NAMES
 } // extern "C"
+#endif
 
-/// Marks the entry to and every exit from a scope in the library's log.
+/// Marks the entry to and every exit from a scope in the library's log. What the library keeps in
+/// an object is its own business; here it is only storage.
 class ScopeLogger
 {
 public:
@@ -96,6 +107,5 @@ public:
     ScopeLogger &operator=(const ScopeLogger &) = delete;
 
 private:
-    std::string m_name;
-    bool m_quiet;
+    alignas(std::max_align_t) unsigned char m_storage[4096];
 };

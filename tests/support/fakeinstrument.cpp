@@ -1,6 +1,9 @@
 #include "fakeinstrument.h"
 
+#include <memory>
 #include <mutex>
+#include <new>
+#include <utility>
 
 namespace {
 
@@ -67,14 +70,14 @@ VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback
 }
 
 ScopeLogger::ScopeLogger(std::string name, bool quiet)
-    : m_name(std::move(name))
-    , m_quiet(quiet)
 {
-    const std::string quietly = m_quiet ? " quietly" : "";
-    note(('+' + m_name + quietly).c_str());
+    note(('+' + name + (quiet ? " quietly" : "")).c_str());
+    new (m_storage) std::string(std::move(name));
 }
 
 ScopeLogger::~ScopeLogger()
 {
-    note(('-' + m_name).c_str());
+    auto *name = std::launder(reinterpret_cast<std::string *>(m_storage));
+    note(('-' + *name).c_str());
+    std::destroy_at(name);
 }
