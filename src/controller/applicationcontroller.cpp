@@ -24,8 +24,7 @@ void endWorker(QThread *worker)
     delete worker;
 }
 
-/// Gives the display a second to show a new window, which cannot be drawn before. The operator's
-/// input is held back meanwhile.
+/// Gives the display a second to show a new window, which cannot be drawn before.
 void awaitExposure(const QWindow *window)
 {
     constexpr int timeoutMsecs = 1000;
@@ -210,15 +209,17 @@ bool ApplicationController::isVRKInitialized() const
     return m_vrkInitialized;
 }
 
-/// Processes the pending events once, a repaint of the screen among them, which Qt would otherwise
-/// leave to a later turn.
+/// Processes the pending events once, then repaints the screen, which Qt would otherwise leave to a
+/// later turn. What the operator does while the picture appears waits for that later turn: an
+/// answer must not start the update inside the caller.
 void ApplicationController::drawScreen()
 {
+    QCoreApplication::processEvents();
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
         awaitExposure(window);
         QCoreApplication::postEvent(window, new QEvent(QEvent::UpdateRequest));
     }
-    QCoreApplication::processEvents();
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 void ApplicationController::showBusyBar()
