@@ -3,6 +3,7 @@
 #include "applicationcontroller.h"
 
 #include "atmegaupdate.h"
+#include "heldinput.h"
 #include "localemanager.h"
 #include "vrkupdate.h"
 
@@ -33,7 +34,7 @@ void awaitExposure(const QWindow *window)
     elapsed.start();
     while (window->isVisible() && !window->isExposed() && !elapsed.hasExpired(timeoutMsecs)) {
         QThread::msleep(pollIntervalMsecs);
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        QCoreApplication::processEvents();
     }
 }
 
@@ -210,16 +211,17 @@ bool ApplicationController::isVRKInitialized() const
 }
 
 /// Processes the pending events once, then repaints the screen, which Qt would otherwise leave to a
-/// later turn. What the operator does while the picture appears waits for that later turn: an
-/// answer must not start the update inside the caller.
+/// later turn. The operator's input waits for that later turn: an answer must not start the update
+/// inside the caller.
 void ApplicationController::drawScreen()
 {
+    const HeldInput heldInput;
     QCoreApplication::processEvents();
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
         awaitExposure(window);
         QCoreApplication::postEvent(window, new QEvent(QEvent::UpdateRequest));
     }
-    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    QCoreApplication::processEvents();
 }
 
 void ApplicationController::showBusyBar()
