@@ -25,7 +25,8 @@
     </message>
     <message>
         <source>unknown</source>
-        <translation>unbekannt</translation>
+        <translatorcomment>Stands for the version after &quot;auf&quot;, hence the accusative and the article.</translatorcomment>
+        <translation>eine unbekannte Version</translation>
     </message>
     <message>
         <source>Please do not remove the usb drive or power off the device</source>
@@ -33,7 +34,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Möchten Sie das System wirklich von %1 auf %2 aktualisieren?</translation>
+        <translation>System wirklich von %1 auf %2 aktualisieren?</translation>
     </message>
     <message>
         <source>Checking for updates</source>
@@ -57,7 +58,7 @@
     </message>
     <message>
         <source>ATMEGA update file missing: %1</source>
-        <translation>ATMEGA-Aktualisierung fehlt: %1</translation>
+        <translation>ATMEGA-Aktualisierungsdatei fehlt: %1</translation>
     </message>
     <message>
         <source>Error upgrading measurement board firmware</source>

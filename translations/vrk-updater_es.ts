@@ -25,8 +25,8 @@
     </message>
     <message>
         <source>unknown</source>
-        <translatorcomment>Stands for the version after &quot;a la versión&quot;.</translatorcomment>
-        <translation>desconocida</translation>
+        <translatorcomment>Stands for the version after &quot;a&quot;, with its article.</translatorcomment>
+        <translation>una versión desconocida</translation>
     </message>
     <message>
         <source>Please do not remove the usb drive or power off the device</source>
@@ -34,7 +34,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>¿Desea actualizar el sistema de la versión %1 a la versión %2?</translation>
+        <translation>¿Confirma la actualización del sistema de %1 a %2?</translation>
     </message>
     <message>
         <source>Checking for updates</source>
@@ -58,7 +58,7 @@
     </message>
     <message>
         <source>ATMEGA update file missing: %1</source>
-        <translation>Falta la actualización del ATMEGA: %1</translation>
+        <translation>Falta archivo de actualización ATMEGA: %1</translation>
     </message>
     <message>
         <source>Error upgrading measurement board firmware</source>

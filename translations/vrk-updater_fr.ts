@@ -25,8 +25,8 @@
     </message>
     <message>
         <source>unknown</source>
-        <translatorcomment>Stands for the version after &quot;à la version&quot;.</translatorcomment>
-        <translation>inconnue</translation>
+        <translatorcomment>Stands for the version after &quot;à&quot;, with its article.</translatorcomment>
+        <translation>une version inconnue</translation>
     </message>
     <message>
         <source>Please do not remove the usb drive or power off the device</source>
@@ -34,7 +34,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Mettre à jour le système de la version %1 à la version %2&#x202f;?</translation>
+        <translation>Confirmez-vous la mise à jour du système de %1 à %2&#x202f;?</translation>
     </message>
     <message>
         <source>Checking for updates</source>
@@ -58,7 +58,7 @@
     </message>
     <message>
         <source>ATMEGA update file missing: %1</source>
-        <translation>Mise à jour ATMEGA manquante&#x202f;: %1</translation>
+        <translation>Fichier de mise à jour ATMEGA absent&#x202f;: %1</translation>
     </message>
     <message>
         <source>Error upgrading measurement board firmware</source>

@@ -33,7 +33,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Lanjutkan pembaruan sistem dari versi %1 ke versi %2?</translation>
+        <translation>Yakin ingin memperbarui sistem dari versi %1 ke versi %2?</translation>
     </message>
     <message>
         <source>Checking for updates</source>

@@ -26,7 +26,7 @@
     <message>
         <source>unknown</source>
         <translatorcomment>Stands for the version before &quot;버전으로&quot;.</translatorcomment>
-        <translation>미확인</translation>
+        <translation>알 수 없는</translation>
     </message>
     <message>
         <source>Please do not remove the usb drive or power off the device</source>

@@ -25,8 +25,8 @@
     </message>
     <message>
         <source>unknown</source>
-        <translatorcomment>Stands for the version after &quot;para a versão&quot;.</translatorcomment>
-        <translation>desconhecida</translation>
+        <translatorcomment>Stands for the version after &quot;para&quot;, with its article.</translatorcomment>
+        <translation>uma versão desconhecida</translation>
     </message>
     <message>
         <source>Please do not remove the usb drive or power off the device</source>
@@ -34,7 +34,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Deseja atualizar o sistema da versão %1 para a versão %2?</translation>
+        <translation>Confirma a atualização do sistema de %1 para %2?</translation>
     </message>
     <message>
         <source>Checking for updates</source>
@@ -58,7 +58,7 @@
     </message>
     <message>
         <source>ATMEGA update file missing: %1</source>
-        <translation>Falta a atualização do ATMEGA: %1</translation>
+        <translation>Falta arquivo de atualização ATMEGA: %1</translation>
     </message>
     <message>
         <source>Error upgrading measurement board firmware</source>

@@ -33,7 +33,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Cập nhật hệ thống từ phiên bản %1 lên phiên bản %2?</translation>
+        <translation>Xác nhận cập nhật hệ thống từ bản %1 lên bản %2?</translation>
     </message>
     <message>
         <source>Checking for updates</source>

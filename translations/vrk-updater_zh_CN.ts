@@ -33,7 +33,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>确定要将系统从 %1 版本更新到 %2 版本吗？</translation>
+        <translation>确定要将系统从%1版本更新到%2版本吗？</translation>
     </message>
     <message>
         <source>Checking for updates</source>

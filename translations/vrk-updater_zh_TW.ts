@@ -33,7 +33,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>確定要將系統從 %1 版本更新至 %2 版本嗎？</translation>
+        <translation>確定要將系統從%1版本更新至%2版本嗎？</translation>
     </message>
     <message>
         <source>Checking for updates</source>
