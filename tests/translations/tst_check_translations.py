@@ -37,7 +37,6 @@ FAULTS = {
     "Chinese with blanks around a marker": ("zh_TW", r"從%1版本", "從 %1 版本", "a blank beside a marker"),
     "Spanish without its opening mark": ("es", r"¿", "", "without its opening mark"),
     "straight quotes": ("id", r"“Mulai ulang”", "&quot;Mulai ulang&quot;", "a straight quotation mark"),
-    "too wide": ("es", r"Confirma la", "Confirma usted ahora la", "780 at most"),
     "English rewritten": ("en", r"<translation>Upgrading", "<translation>Updating",
                           "English differs from the source"),
     "torn file": ("es", r"</TS>", "", "not readable"),
