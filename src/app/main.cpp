@@ -1,5 +1,6 @@
 #include "applicationcontroller.h"
 #include "inputargparser.h"
+#include "keyrepeat.h"
 #include "signalquit.h"
 
 #include <QGuiApplication>
@@ -71,6 +72,7 @@ int main(int argc, char **argv)
     const UpdateRequest request = chooseUpdate(parser, argc, argv);
 
     QGuiApplication application(argc, argv);
+    const KeyRepeat keyRepeat(&application);
     handleTerminationSignals(&application);
 
     ApplicationController controller(request.mode, debug, silent, request.path, &application);
