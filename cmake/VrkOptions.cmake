@@ -29,5 +29,5 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
 else()
     set(vrk_simulated_default ON)
 endif()
-option(VRK_SIMULATED_EXECUTABLE "Build vrk-updater-simulated, which takes the ARM road on any processor"
+option(VRK_SIMULATED_EXECUTABLE "Build vrk-updater-simulated, which works as an ARM build does on any processor"
        ${vrk_simulated_default})

@@ -38,6 +38,22 @@ const QString &preSetupScript()
     return path;
 }
 
+/// What is reported once a command has ended: a fraction of the whole update, and the time over
+/// which the screen moves the bar to it.
+struct Milestone {
+    double progress;
+    int msecs;
+};
+
+// Each is reported behind its command, because nothing measures how far a command has come. So the
+// bar stands at 20 % for as long as the archive is unpacked, and only then sets out for 90 %.
+constexpr Milestone begun = { 0.1, 3000 }; //      before the first command
+constexpr Milestone mounted = { 0.15, 4000 }; //   mount /dev/<inactive> /usr/local
+constexpr Milestone cleared = { 0.2, 4000 }; //    rm -rf /usr/local/*
+constexpr Milestone extracted = { 0.9, 43000 }; // tar xvzf <archive> -C /
+constexpr Milestone written = { 0.99, 3000 }; //   sync
+constexpr Milestone switched = { 1.0, 20 }; //     sync, after sed -i on /etc/fstab
+
 /// Runs one shell command line to its end; true when it exits with 0.
 bool execSystem(const QString &command)
 {
@@ -78,8 +94,9 @@ private:
     bool m_entered;
 };
 
-/// `tar` applies a -C that stands behind a member's name to nothing, so the prepare script lands
-/// in /tmp only when the command starts there.
+/// The prepare script's extraction has its -C behind the member's name: BusyBox applies it there
+/// to the whole call, GNU tar to nothing, and would unpack into the partition in use. Started in
+/// /tmp both do what is meant.
 bool execInTmp(const QString &command)
 {
     const WorkingDirectory tmp("/tmp");
@@ -136,7 +153,7 @@ bool VRKUpdate::checkArchive()
         qWarning() << "Update is not supported on non-ARM platforms";
         return false;
     }
-    setProgress(0.1, 3000);
+    setProgress(begun.progress, begun.msecs);
 
     if (m_imagePath.isEmpty()) {
         qWarning() << "Image Path cannot be empty";
@@ -204,7 +221,7 @@ bool VRKUpdate::exchangeMounts(const Partitions &partitions)
                          + QLatin1String(" /usr/local"),
                  "Mounting inactive partition failed!"))
         return false;
-    setProgress(0.15, 4000);
+    setProgress(mounted.progress, mounted.msecs);
     return true;
 }
 
@@ -213,16 +230,16 @@ bool VRKUpdate::fillInactivePartition(const Partitions &partitions, const QStrin
     qWarning() << "Clearing inactive partition" << partitions.inactivePartition;
     if (!require(QStringLiteral("rm -rf /usr/local/*"), "Clearing inactive partition failed!"))
         return false;
-    setProgress(0.2, 4000);
+    setProgress(cleared.progress, cleared.msecs);
 
     qWarning() << "Extracting files...";
     if (!require(QStringLiteral("tar xvzf %1 -C /").arg(archive), "Extract failed"))
         return false;
-    setProgress(0.9, 43000);
+    setProgress(extracted.progress, extracted.msecs);
 
     if (!attempt(QStringLiteral("sync")))
         return false;
-    setProgress(0.99, 3000);
+    setProgress(written.progress, written.msecs);
     return true;
 }
 
@@ -248,7 +265,7 @@ bool VRKUpdate::switchPartitions(const Partitions &partitions)
     qDebug() << "Set activePartition to " << partitions.inactivePartition;
 
     execSystem(QStringLiteral("sync"));
-    setProgress(1.0, 20);
+    setProgress(switched.progress, switched.msecs);
     return true;
 }
 

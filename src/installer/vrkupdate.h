@@ -44,7 +44,7 @@ private:
         QString inactivePartition;
     };
 
-    // The stages of a run, in their order. Each logs why it fails.
+    // The steps of a run, in their order. Each logs why it fails.
     bool checkArchive();
     bool runPrepareScript(const QString &archive);
     bool findPartitions(Partitions *partitions);
