@@ -1,4 +1,4 @@
-// From construction to the operator's decision: the screen, the instrument library, the question.
+// Start-up: language, screen, instrument library, and the question put to the operator.
 #include "applicationcontroller.h"
 
 #include "language.h"
@@ -136,13 +136,4 @@ std::string ApplicationController::ExtractVersionFromFilename(const std::string 
     if (suffixAt == std::string::npos || start >= suffixAt)
         return {};
     return fileName.substr(start, suffixAt - start);
-}
-
-void ApplicationController::handleButtonContinue()
-{
-    setConfirmationVisible(false);
-    setMessage(tr("Welcome to updater"));
-    showBusyBar();
-    if (m_mode == UPDATE_ZEPRA)
-        startUpdate();
 }
