@@ -1,102 +1,109 @@
 #include "board.h"
 
-#include "statefile.h"
+#include "intelhex.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QThread>
 
 #include <plog/Log.h>
 
-#include <chrono>
+#include <set>
+#include <stdexcept>
 #include <thread>
-#include <utility>
 
-namespace instrument {
+namespace substitute {
 
 namespace {
 
-void report(const VRK_ProgressCallback *progress, int done, int total)
+QString versionInName(const QFileInfo &image)
 {
-    if (progress != nullptr && progress->function != nullptr)
-        progress->function(progress->userData, done, total);
+    static const QRegularExpression form(QStringLiteral("^ZEPRA_AFW_(.+?)\\.hex"));
+    const QRegularExpressionMatch match = form.match(image.fileName());
+    return match.hasMatch() ? match.captured(1) : image.completeBaseName();
+}
+
+VRK_ResultCode writePages(const Settings &settings, const FlashImage &image,
+                          const VRK_ProgressCallback *progress)
+{
+    std::set<quint32> used;
+    for (const auto &[address, byte] : image)
+        used.insert(address / settings["board/page_bytes"].toUInt());
+    const auto pages = static_cast<int>(used.size());
+    LOG_INFO << "Flashing " << pages << " pages";
+
+    const VRK_ResultCode code = settings.result("board/flash_result");
+    const int last = code == VRK_RESULT_OK ? pages : pages / 2;
+    for (int done = 0; done <= last; ++done) {
+        QThread::msleep(done > 0 ? settings["board/page_ms"].toUInt() : 0);
+        if (progress != nullptr && progress->function != nullptr)
+            progress->function(progress->userData, done, pages);
+    }
+    return code;
+}
+
+void keep(const QString &file, const FlashImage &image, const QString &version)
+{
+    QSettings state(file, QSettings::IniFormat);
+    state.setIniCodec("UTF-8");
+    state.clear();
+    state.setValue(QStringLiteral("board/version"), version);
+    std::map<quint32, QByteArray> rows;
+    for (const auto &[address, byte] : image)
+        rows.try_emplace(address & ~31U, 32, '\xff').first->second[address & 31U] = byte;
+    for (const auto &[address, row] : rows)
+        state.setValue(QStringLiteral("flash/0x%1").arg(address, 6, 16, QLatin1Char('0')),
+                       QString::fromLatin1(row.toHex()));
+    state.sync();
+    LOG_ERROR_IF(state.status() == QSettings::AccessError)
+            << qUtf8Printable(file) << ": cannot be written, the board forgets this flash";
 }
 
 } // namespace
 
-std::string versionFromFileName(const std::string &path)
+QByteArray boardVersion(const Settings &settings)
 {
-    const std::string prefix = "ZEPRA_AFW_";
-    const std::filesystem::path file(path);
-    const std::string name = file.filename().string();
-    const auto end = name.find(".hex");
-
-    std::string version = file.stem().string();
-    if (name.compare(0, prefix.size(), prefix) == 0 && end != std::string::npos
-        && end > prefix.size())
-        version = name.substr(prefix.size(), end - prefix.size());
-    for (char &character : version) {
-        const auto code = static_cast<unsigned char>(character);
-        if (code < 0x20 || code == 0x7f)
-            character = '?';
+    QVariant version = settings["board/version"];
+    const QString file = settings["state/file"].toString();
+    if (QFileInfo(file).isFile()) {
+        QSettings state(file, QSettings::IniFormat);
+        state.setIniCodec("UTF-8");
+        LOG_WARNING_IF(!state.contains(QStringLiteral("board/version")))
+                << qUtf8Printable(file) << ": keeps no board version, the settings decide";
+        version = state.value(QStringLiteral("board/version"), version);
     }
-    return version;
+    return settings["board/connected"].toBool() ? version.toString().toUtf8() : QByteArray();
 }
 
-Board::Board(Settings settings)
-    : m_settings(std::move(settings))
-    , m_version(loadBoardVersion(m_settings.stateFile).value_or(m_settings.boardVersion))
+Outcome flashBoard(const Settings &settings, const std::string &path,
+                   const VRK_ProgressCallback *progress)
 {
+    const QFileInfo info(QFile::decodeName(path.c_str()));
+    if (!info.exists())
+        return { VRK_RESULT_UPGRADE_FILE_NOT_FOUND, path + ": does not exist" };
+    QFile file(info.filePath());
+    // Opening a FIFO would wait for its other end.
+    if (!info.isFile() || !file.open(QIODevice::ReadOnly))
+        return { VRK_RESULT_UPGRADE_FILE_ERROR, path + ": is not a readable file" };
+    FlashImage image;
+    try {
+        image = readIntelHex(file, settings["board/flash_bytes"].toUInt());
+    } catch (const std::runtime_error &fault) {
+        return { VRK_RESULT_UPGRADE_FILE_ERROR, path + ":" + fault.what() };
+    }
+    if (!settings["board/connected"].toBool())
+        return { VRK_RESULT_BOARD_CONNECTION_FAILED, "The measurement board does not answer" };
+
+    VRK_ResultCode code = VRK_RESULT_OK;
+    std::thread([&] { code = writePages(settings, image, progress); }).join();
+    if (code != VRK_RESULT_OK)
+        return { code, "Flashing fails as the settings tell" };
+    const QString version = versionInName(info);
+    if (!settings["state/file"].toString().isEmpty())
+        keep(settings["state/file"].toString(), image, version);
+    return { code, "Flashed version " + version.toStdString() };
 }
 
-std::string Board::version() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return connected() ? m_version : std::string();
-}
-
-VRK_ResultCode Board::flash(const FlashImage &image, const std::string &version,
-                            const VRK_ProgressCallback *progress)
-{
-    if (!connected()) {
-        LOG_ERROR << "The measurement board does not answer";
-        return VRK_RESULT_BOARD_CONNECTION_FAILED;
-    }
-    const auto pageBytes = static_cast<std::size_t>(m_settings.pageBytes);
-    const auto pages = static_cast<int>(image.usedBlocks(pageBytes).size());
-    LOG_INFO << "Flashing version " << version << " in " << pages << " pages";
-
-    VRK_ResultCode result = VRK_RESULT_OK;
-    std::thread writer([&] { result = writePages(pages, progress); });
-    writer.join();
-    if (result == VRK_RESULT_OK) {
-        keep(image, version);
-    } else {
-        LOG_ERROR << "Flashing failed with " << static_cast<int>(result);
-    }
-    return result;
-}
-
-VRK_ResultCode Board::writePages(int pages, const VRK_ProgressCallback *progress) const
-{
-    const auto result = static_cast<VRK_ResultCode>(m_settings.flashResult);
-    const int last = result == VRK_RESULT_OK ? pages : pages / 2;
-    report(progress, 0, pages);
-    for (int done = 1; done <= last; ++done) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(m_settings.pageMs));
-        report(progress, done, pages);
-    }
-    return result;
-}
-
-void Board::keep(const FlashImage &image, const std::string &version)
-{
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_version = version;
-    }
-    const std::string error = saveBoard(m_settings.stateFile, version, image);
-    if (error.empty()) {
-        LOG_INFO << "The measurement board runs version " << version;
-    } else {
-        LOG_ERROR << error << "; the board forgets version " << version << " when the program ends";
-    }
-}
-
-} // namespace instrument
+} // namespace substitute

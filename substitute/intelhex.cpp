@@ -1,120 +1,101 @@
 #include "intelhex.h"
 
-#include "hexrecord.h"
-#include "lines.h"
+#include <QtEndian>
 
-#include <utility>
+#include <numeric>
+#include <stdexcept>
+#include <string>
 
-namespace instrument {
+namespace substitute {
 
 namespace {
+
+constexpr int frameBytes = 5; // length, two address bytes, type and checksum
+constexpr int longestLine = 1 + 2 * (frameBytes + 255) + 2;
 
 class Reader
 {
 public:
-    explicit Reader(std::size_t flashBytes)
+    explicit Reader(quint32 flashBytes)
+        : m_flashBytes(flashBytes)
     {
-        image.bytes.assign(flashBytes, 0xff);
-        image.used.assign(flashBytes, false);
     }
 
-    std::string take(const std::string &line)
+    FlashImage read(QIODevice &in)
     {
-        if (m_ended)
-            return trimmed(line).empty() ? "" : "something follows the end record";
-        HexRecord record;
-        const std::string error = readHexRecord(line, record);
-        return error.empty() ? apply(record) : error;
+        while (!in.atEnd()) {
+            ++m_line;
+            // The rest of a longer line is no record either.
+            const QByteArray line = in.readLine(longestLine + 1).trimmed();
+            require(!m_ended || line.isEmpty(), "something follows the end record");
+            if (!m_ended)
+                takeRecord(line);
+        }
+        require(m_ended, "the end record is missing");
+        require(!m_image.empty(), "the file holds no data");
+        return m_image;
     }
-
-    std::string finish() const
-    {
-        if (!m_ended)
-            return "the end record is missing";
-        return m_any ? "" : "the file holds no data";
-    }
-
-    FlashImage image;
 
 private:
-    std::string apply(const HexRecord &record)
+    void require(bool condition, const char *fault) const
     {
-        switch (record.type) {
-        case Data: return store(record);
-        case EndOfFile: m_ended = true; break;
-        case ExtendedSegmentAddress: setBase(record, 4); break;
-        case ExtendedLinearAddress: setBase(record, 16); break;
-        default: // a start address means nothing to this microcontroller
+        if (!condition)
+            throw std::runtime_error(std::to_string(m_line) + ": " + fault);
+    }
+
+    void takeRecord(const QByteArray &line)
+    {
+        const QByteArray bytes = QByteArray::fromHex(line.mid(1));
+        require(line.startsWith(':') && bytes.toHex() == line.mid(1).toLower(),
+                "not a colon and pairs of hexadecimal digits");
+        require(bytes.size() >= frameBytes, "the record is too short");
+        const QByteArray data = bytes.mid(4, bytes.size() - frameBytes);
+        require(data.size() == static_cast<quint8>(bytes[0]), "the record's length is wrong");
+        require(std::accumulate(bytes.begin(), bytes.end(), 0) % 256 == 0, "the checksum is wrong");
+        apply(bytes[3], qFromBigEndian<quint16>(bytes.constData() + 1), data);
+    }
+
+    void apply(int type, quint32 offset, const QByteArray &data)
+    {
+        constexpr int lengths[] = { 0, 0, 2, 4, 2, 4 };
+        require(type >= 0 && type <= 5, "the record's type is unknown");
+        require(type == 0 || data.size() == lengths[type], "the length does not suit the type");
+        switch (type) {
+        case 0: store(offset, data); break;
+        case 1: m_ended = true; break;
+        case 2:
+        case 4:
+            m_segmented = type == 2;
+            m_base = qFromBigEndian<quint16>(data.constData()) * (m_segmented ? 0x10U : 0x10000U);
             break;
+        default: break; // a start address means nothing to this microcontroller
         }
-        return {};
     }
 
-    void setBase(const HexRecord &record, int shift)
+    void store(quint32 offset, const QByteArray &data)
     {
-        m_segmented = record.type == ExtendedSegmentAddress;
-        m_base = static_cast<std::uint32_t>(record.data[0] * 256 + record.data[1]) << shift;
-    }
-
-    /// Offsets wrap within a segment, but run on in the linear form.
-    std::uint32_t address(std::uint32_t offset) const
-    {
-        return m_base + (m_segmented ? offset % 0x10000 : offset);
-    }
-
-    std::string store(const HexRecord &record)
-    {
-        std::uint32_t offset = record.offset;
-        for (const std::uint8_t byte : record.data) {
-            const std::uint32_t at = address(offset++);
-            if (at >= image.bytes.size())
-                return "address " + hex(at, 4) + " is beyond the flash of "
-                        + std::to_string(image.bytes.size()) + " bytes";
-            if (image.used[at])
-                return "address " + hex(at, 4) + " is written a second time";
-            image.bytes[at] = byte;
-            image.used[at] = true;
-            m_any = true;
+        for (const char byte : data) {
+            // Offsets wrap within a segment, but run on in the linear form.
+            const quint32 address = m_base + (m_segmented ? offset % 0x10000 : offset);
+            require(address < m_flashBytes, "the record goes beyond the flash");
+            require(m_image.emplace(address, byte).second, "a byte is named a second time");
+            ++offset;
         }
-        return {};
     }
 
-    std::uint32_t m_base = 0;
+    const quint32 m_flashBytes;
+    FlashImage m_image;
+    int m_line = 0;
+    quint32 m_base = 0;
     bool m_segmented = false;
     bool m_ended = false;
-    bool m_any = false;
 };
 
 } // namespace
 
-std::vector<std::size_t> FlashImage::usedBlocks(std::size_t size) const
+FlashImage readIntelHex(QIODevice &in, quint32 flashBytes)
 {
-    std::vector<std::size_t> starts;
-    for (std::size_t at = 0; at < used.size(); ++at) {
-        const std::size_t start = at - at % size;
-        if (used[at] && (starts.empty() || starts.back() != start))
-            starts.push_back(start);
-    }
-    return starts;
+    return Reader(flashBytes).read(in);
 }
 
-IntelHexResult readIntelHex(std::istream &in, std::size_t flashBytes)
-{
-    Reader reader(flashBytes);
-    IntelHexResult result;
-    std::string line;
-    while (result.error.empty()) {
-        const LineRead read = readLine(in, line, longestHexRecord + 1);
-        if (read == LineRead::End) {
-            result.error = reader.finish();
-            break;
-        }
-        ++result.line;
-        result.error = read == LineRead::TooLong ? "the line is longer than any record"
-                                                 : reader.take(line);
-    }
-    result.image = std::move(reader.image);
-    return result;
-}
-
-} // namespace instrument
+} // namespace substitute

@@ -1,134 +1,85 @@
 #include "settings.h"
 
-#include "ini.h"
-#include "lines.h"
+#include <QFileInfo>
+#include <QSettings>
 
 #include <plog/Log.h>
 
-#include <charconv>
-#include <cstdlib>
 #include <limits>
-#include <variant>
 
-namespace instrument {
+namespace substitute {
 
 namespace {
 
-using Text = std::string Settings::*;
-using Flag = bool Settings::*;
-
-struct Number {
-    int Settings::*member;
-    int least;
-    int most;
-};
-
 struct Key {
-    const char *section;
     const char *name;
-    std::variant<Text, Flag, Number> target;
+    QVariant standard; ///< of the type that a value has to have
+    int least = std::numeric_limits<int>::min();
+    int most = std::numeric_limits<int>::max();
 };
-
-constexpr Number anyResult(int Settings::*member)
-{
-    return { member, std::numeric_limits<int>::min(), std::numeric_limits<int>::max() };
-}
-
-constexpr Number upTo(int most, int Settings::*member)
-{
-    return { member, 0, most };
-}
 
 constexpr int mostFlashBytes = 1024 * 1024;
 
 const Key keys[] = {
-    { "instrument", "system_version", &Settings::systemVersion },
-    { "instrument", "system_version_file", &Settings::systemVersionFile },
-    { "instrument", "initialize_result", anyResult(&Settings::initializeResult) },
-    { "instrument", "initialize_ms", upTo(60000, &Settings::initializeMs) },
-    { "instrument", "status_result", anyResult(&Settings::statusResult) },
-    { "instrument", "device_info_result", anyResult(&Settings::deviceInfoResult) },
-    { "board", "connected", &Settings::connected },
-    { "board", "version", &Settings::boardVersion },
-    { "board", "flash_result", anyResult(&Settings::flashResult) },
-    { "board", "page_bytes", Number { &Settings::pageBytes, 1, mostFlashBytes } },
-    { "board", "page_ms", upTo(10000, &Settings::pageMs) },
-    { "board", "flash_bytes", Number { &Settings::flashBytes, 1, mostFlashBytes } },
-    { "state", "file", &Settings::stateFile },
+    { "instrument/system_version", QLatin1String("1.0.0") },
+    { "instrument/system_version_file", QLatin1String("") },
+    { "instrument/initialize_result", 0 },
+    { "instrument/initialize_ms", 200, 0, 60000 },
+    { "instrument/status_result", 0 },
+    { "instrument/device_info_result", 0 },
+    { "board/connected", true },
+    { "board/version", QLatin1String("1.00") },
+    { "board/flash_result", 0 },
+    { "board/page_bytes", 256, 1, mostFlashBytes },
+    { "board/page_ms", 30, 0, 10000 },
+    { "board/flash_bytes", 256 * 1024, 1, mostFlashBytes },
+    { "state/file", QLatin1String("/var/lib/vrk-embedded-api/board.ini") },
 };
 
-/// The assign functions return what they expected instead of `value`, nothing when they took it.
-std::string assign(Settings &settings, const std::string &value, Text member)
+bool isPossible(const QVariant &value, const Key &key)
 {
-    settings.*member = value;
-    return {};
-}
-
-std::string assign(Settings &settings, const std::string &value, Flag member)
-{
-    if (value != "true" && value != "false")
-        return "true or false";
-    settings.*member = value == "true";
-    return {};
-}
-
-std::string assign(Settings &settings, const std::string &value, const Number &number)
-{
-    int read = 0;
-    const char *end = value.data() + value.size();
-    const auto [stop, error] = std::from_chars(value.data(), end, read);
-    if (error != std::errc() || stop != end || read < number.least || read > number.most)
-        return "a whole number from " + std::to_string(number.least) + " to "
-                + std::to_string(number.most);
-    settings.*number.member = read;
-    return {};
-}
-
-/// Returns what is wrong with the entry, nothing when it was taken.
-std::string apply(const IniEntry &entry, Settings &settings)
-{
-    bool knownSection = false;
-    for (const Key &key : keys) {
-        if (entry.section != key.section)
-            continue;
-        knownSection = true;
-        if (entry.key != key.name)
-            continue;
-        const std::string expected = std::visit(
-                [&](const auto &target) { return assign(settings, entry.value, target); },
-                key.target);
-        return expected.empty() ? expected : entry.key + " should be " + expected;
+    const QString text = value.toString();
+    bool isNumber = false;
+    const int number = text.toInt(&isNumber);
+    switch (key.standard.type()) {
+    case QVariant::Int: return isNumber && number >= key.least && number <= key.most;
+    case QVariant::Bool: return text == QLatin1String("true") || text == QLatin1String("false");
+    default: return value.type() == QVariant::String; // a bare comma makes a list
     }
-    return knownSection ? "unknown key " + entry.key : "unknown section [" + entry.section + "]";
 }
 
 } // namespace
 
-Settings loadSettings()
+Settings::Settings()
 {
-    const char *named = std::getenv("VRK_EMBEDDED_API_INI");
-    const bool isNamed = named != nullptr && *named != '\0';
-    const std::string path = isNamed ? named : "/etc/vrk-embedded-api.ini";
+    for (const Key &key : keys)
+        m_values.insert(QLatin1String(key.name), key.standard);
 
-    Settings settings;
-    std::ifstream file = openRegularFile(path);
-    if (!file.is_open()) {
-        if (isNamed || !isMissing(path)) {
-            LOG_WARNING << path << ": cannot be read, the defaults hold";
+    const QString named = qEnvironmentVariable("VRK_EMBEDDED_API_INI");
+    const QString path = named.isEmpty() ? QStringLiteral("/etc/vrk-embedded-api.ini") : named;
+    const QFileInfo info(path);
+    if (named.isEmpty() && !info.exists())
+        return;
+    if (!info.isFile() || !info.isReadable()) {
+        LOG_WARNING << qUtf8Printable(path) << ": cannot be read, the defaults hold";
+        return;
+    }
+    LOG_DEBUG << qUtf8Printable(path) << ": holds the settings";
+    QSettings file(path, QSettings::IniFormat);
+    file.setIniCodec("UTF-8");
+    QStringList unused = file.allKeys();
+    for (const Key &key : keys) {
+        const QVariant value = file.value(QLatin1String(key.name));
+        if (isPossible(value, key)) {
+            m_values.insert(QLatin1String(key.name), value);
+            unused.removeOne(QLatin1String(key.name));
         }
-        return settings;
     }
-    LOG_DEBUG << path << ": holds the settings";
-    IniContent content = readIni(file);
-    for (const IniEntry &entry : content.entries) {
-        const std::string problem = apply(entry, settings);
-        if (!problem.empty())
-            content.problems.push_back({ entry.line, problem });
-    }
-    for (const IniProblem &problem : content.problems) {
-        LOG_WARNING << path << ":" << problem.line << ": " << problem.text;
-    }
-    return settings;
+    for (const QString &key : unused)
+        LOG_WARNING << qUtf8Printable(path) << ": " << qUtf8Printable(key)
+                    << " is not a key, or its value is not possible";
+    LOG_WARNING_IF(file.status() != QSettings::NoError)
+            << qUtf8Printable(path) << ": not every line is a section or a key";
 }
 
-} // namespace instrument
+} // namespace substitute

@@ -1,32 +1,25 @@
-// What the substitute plays: read once, at initialisation.
+// What the substitute plays.
 #pragma once
 
-#include <istream>
-#include <string>
+#include "vrk-embedded-api.h"
 
-namespace [[gnu::visibility("hidden")]] instrument {
+#include <QVariantMap>
 
-/// One member for each key of the settings file; README.md says what they do.
-struct Settings {
-    std::string systemVersion = "1.0.0";
-    std::string systemVersionFile;
-    int initializeResult = 0;
-    int initializeMs = 200;
-    int statusResult = 0;
-    int deviceInfoResult = 0;
+namespace substitute {
 
-    bool connected = true;
-    std::string boardVersion = "1.00";
-    int flashResult = 0;
-    int pageBytes = 256;
-    int pageMs = 30;
-    int flashBytes = 256 * 1024;
+class Settings
+{
+public:
+    /// Reads "/etc/vrk-embedded-api.ini", or the file that the environment variable
+    /// VRK_EMBEDDED_API_INI names. What is wrong in it is logged and keeps its default.
+    Settings();
 
-    std::string stateFile = "/var/lib/vrk-embedded-api/board.ini";
+    /// The value of one of the keys of README.md, as "section/key".
+    QVariant operator[](const char *key) const { return m_values[QLatin1String(key)]; }
+    VRK_ResultCode result(const char *key) const { return VRK_ResultCode { (*this)[key].toInt() }; }
+
+private:
+    QVariantMap m_values;
 };
 
-/// Reads "/etc/vrk-embedded-api.ini", or the file that the environment variable
-/// VRK_EMBEDDED_API_INI names. What is wrong in it is logged and keeps its default.
-Settings loadSettings();
-
-} // namespace instrument
+} // namespace substitute
