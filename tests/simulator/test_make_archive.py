@@ -40,6 +40,8 @@ REFUSED = {
 
 WARNED = {
     "no prepare script": (remove(f"{BIN}/zepra-prepare-update.sh"), "no usr/local/bin/zepra-prepare-update.sh"),
+    "setup script without a last sync": (write(f"{BIN}/zepra-setup.sh", "#!/bin/sh\nsync\ntouch /usr/local/a\nexit 0\n",
+                                               0o755), "does not end with sync"),
     "two firmware files": (write(f"{FIRMWARE}/ZEPRA_AFW_1.0.hex"), "several board firmware files"),
     "firmware in lower case": (write(f"{FIRMWARE}/zepra_afw_1.0.HEX"), "cannot cut a whole version out"),
     "firmware without version": (write(f"{FIRMWARE}/ZEPRA_AFW_.hex"), "cannot cut a whole version out"),
