@@ -32,8 +32,8 @@ Window {
     minimumWidth: 800
     minimumHeight: 480
 
-    // Comes before the display creates the window. A display that has no window manager never
-    // reports the size it then chose, and everything that follows the height would stay flat.
+    // Runs before the platform creates the window. Without a window manager the platform never
+    // reports the size it chose then, and everything sized by the window's height would have none.
     onVisibleChanged: {
         width = Math.max(width, minimumWidth)
         height = Math.max(height, minimumHeight)

@@ -1,8 +1,8 @@
 import QtQuick 2.9
 
 /*
- * A button for touch, keys and knob, without a face of its own. Return clicks it; the knob's
- * turns arrive as the keys H (counter-clockwise) and L (clockwise).
+ * A button for touch, keys and knob that draws only its fill and its focus frame. Return clicks
+ * it; the knob's turns arrive as the keys H (counter-clockwise) and L (clockwise).
  */
 FocusWidget {
     id: root

@@ -17,7 +17,7 @@ FocusWidget {
 
     height: Window.height * Style.confirmCancelHeight
 
-    // Where Up leaves the box to.
+    // Where Up moves the focus.
     property Item northFocus
     property Item northNoFocus: northFocus
     property Item northYesFocus: northFocus
