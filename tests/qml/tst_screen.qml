@@ -40,7 +40,8 @@ TestCase {
     }
 
     function load(properties) {
-        change({ instructionsText: "", isConfirmationVisible: true, isButtonVisible: false })
+        change({ instructionsText: "", isConfirmationVisible: true, isButtonVisible: false,
+                 isProgressBarVisible: false, isProgressBarIndeterminate: false })
         change(properties)
         heard = []
         screen = Qt.createComponent("qrc:/main.qml").createObject(null)
@@ -165,7 +166,7 @@ TestCase {
 
     // Steadily, from the value shown, for the expected duration.
     function test_barMovement() {
-        load({ isProgressBarVisible: true, isProgressBarIndeterminate: false, expectedDuration: 1000, progress: 0.25 })
+        load({ isProgressBarVisible: true, expectedDuration: 1000, progress: 0.25 })
         change({ expectedDuration: 100000, progress: 1 })
         var start = Date.now()
         wait(300)
