@@ -10,6 +10,7 @@ from pathlib import Path
 from bench import SOURCES, sample
 
 BIN, FIRMWARE = "usr/local/bin", "usr/local/share/zentar/atmega"
+HEX = ":0100000041BE\n:00000001FF\n"
 
 
 def remove(name):
@@ -25,7 +26,7 @@ def write(name, text="", mode=0o644):
 
 
 REFUSED = {
-    "no setup script": (remove(f"{BIN}/zepra-setup.sh"), "zepra-setup.sh is missing"),
+    "no setup script": (remove(f"{BIN}/zepra-setup.sh"), "no usr/local/bin/zepra-setup.sh"),
     "setup script not executable": (lambda root: (root / BIN / "zepra-setup.sh").chmod(0o644), "is not executable"),
     "setup script without interpreter": (write(f"{BIN}/zepra-setup.sh", "echo", 0o755), 'does not start with "#!"'),
     "prepare script a folder": (lambda root: swap_for_folder(root / BIN / "zepra-prepare-update.sh"), "no plain file"),
@@ -42,9 +43,9 @@ WARNED = {
     "no prepare script": (remove(f"{BIN}/zepra-prepare-update.sh"), "no usr/local/bin/zepra-prepare-update.sh"),
     "setup script without a last sync": (write(f"{BIN}/zepra-setup.sh", "#!/bin/sh\nsync\ntouch /usr/local/a\nexit 0\n",
                                                0o755), "does not end with sync"),
-    "two firmware files": (write(f"{FIRMWARE}/ZEPRA_AFW_1.0.hex"), "several board firmware files"),
-    "firmware in lower case": (write(f"{FIRMWARE}/zepra_afw_1.0.HEX"), "cannot cut a whole version out"),
-    "firmware without version": (write(f"{FIRMWARE}/ZEPRA_AFW_.hex"), "cannot cut a whole version out"),
+    "two firmware files": (write(f"{FIRMWARE}/ZEPRA_AFW_1.0.hex", HEX), "several board firmware files"),
+    "firmware in lower case": (write(f"{FIRMWARE}/zepra_afw_1.0.HEX", HEX), "cuts no version out"),
+    "firmware without version": (write(f"{FIRMWARE}/ZEPRA_AFW_.hex", HEX), "cuts no version out"),
     "hidden name at the top": (write("usr/local/.profile"), "does not clear hidden names"),
 }
 
