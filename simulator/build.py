@@ -1,43 +1,63 @@
-"""What of a build goes into the simulated instrument, and the root file system under it."""
+"""What of a build goes into the simulated instrument, how it is made, and what it needs here."""
 
+import ctypes.util
+import glob
+import os
+import shutil
 import subprocess
 from dataclasses import dataclass, field
 from pathlib import Path
 
-ARM_ROOT = Path(__file__).resolve().parent.parent / "tools" / "arm-root"
+from . import SOURCES
+
+SETUP, ARM_ROOT = SOURCES / "tools" / "setup", SOURCES / "tools" / "arm-root"
 NATIVE_PROGRAM, ARM_PROGRAM = "vrk-updater-simulated", "vrk-updater"
+NATIVE_TARGETS, ARM_TARGETS = (NATIVE_PROGRAM, "screen-vsync"), (ARM_PROGRAM,)
+SCREEN_VSYNC = "libscreen-vsync.so"
 NOT_POSSIBLE = 77
 ELF, ARM_MACHINE = b"\x7fELF", b"\x28\x00"
 
 
 class NotPossible(Exception):
-    """This machine cannot run such a build; the text says why."""
+    """This machine cannot do what is asked for; the text says why."""
 
 
 @dataclass(frozen=True)
 class Build:
-    """The parts of a build, the base of the root file system, and what the environment needs there."""
+    """A build folder, the program to take from it, the base of the root file system, and the environment there."""
 
-    program: Path
-    library: Path
-    translations: Path
+    folder: Path
+    program_name: str = NATIVE_PROGRAM
     base: Path = Path("/")
     environment: dict = field(default_factory=dict)
 
     @classmethod
-    def native(cls, folder, program=NATIVE_PROGRAM):
-        """The parts of a native build folder, on this machine's own file system."""
-        return cls(*_parts(folder, program))
-
-    @classmethod
-    def arm(cls, folder, program=ARM_PROGRAM, effects=False):
-        """The parts of an ARM build folder, on the root file system of tools/arm-root.
+    def arm(cls, folder, program_name=ARM_PROGRAM, effects=False):
+        """An ARM build, on the root file system of tools/arm-root.
 
         Under the emulator Mesa's quick driver draws wrongly. Its simple one draws all that there is
         but is slow; Qt Quick's software backend is fast and leaves out the graphical effects.
         """
         drawing = {"GALLIUM_DRIVER": "softpipe"} if effects else {"QT_QUICK_BACKEND": "software"}
-        return cls(*_parts(folder, program), base=_arm_root(), environment=drawing)
+        return cls(folder, program_name, _arm_root(), drawing)
+
+    @property
+    def program(self):
+        return self.folder / "bin" / self.program_name
+
+    @property
+    def translations(self):
+        return self.folder / "bin" / "translations"
+
+    @property
+    def library(self):
+        return self.folder / "lib" / "libvrk-embedded-api.so"
+
+    @property
+    def vsync(self):
+        """The library that gives a virtual screen its refresh rate; None where the build has none."""
+        library = self.folder / "lib" / SCREEN_VSYNC
+        return library if library.exists() else None
 
     def check(self):
         """Raises FileNotFoundError when a part is missing, OSError when it is for another processor."""
@@ -56,8 +76,42 @@ def is_arm(program):
     return header[:4] == ELF and header[18:20] == ARM_MACHINE
 
 
-def _parts(folder, program):
-    return folder / "bin" / program, folder / "lib" / "libvrk-embedded-api.so", folder / "bin" / "translations"
+def require_screen():
+    """Raises NotPossible where the updater cannot run on a virtual screen."""
+    if os.geteuid() != 0:
+        raise NotPossible("a private root file system needs root")
+    tools = [tool for tool in ("Xvfb", "mount") if not shutil.which(tool)]
+    if tools:
+        raise NotPossible("not installed here: " + " ".join(tools))
+    if not glob.glob("/usr/lib/*/dri/swrast_dri.so") or not ctypes.util.find_library("GL"):
+        raise NotPossible("there is no software OpenGL (Debian packages libgl1 and libgl1-mesa-dri)")
+
+
+def require_devices():
+    """Raises NotPossible where the instrument's partitions cannot be had."""
+    if os.geteuid() != 0 or not os.path.exists("/dev/loop-control"):
+        raise NotPossible("needs root and loop devices for the instrument's partitions")
+
+
+def make(arm=False):
+    """Installs what is missing and builds; returns the build folder. Raises NotPossible or OSError."""
+    preset, targets = ("arm", ARM_TARGETS) if arm else ("dev", NATIVE_TARGETS)
+    setting_up = subprocess.run([SETUP, *["--arm"] * arm], check=False)
+    if setting_up.returncode != 0:
+        raise (NotPossible if setting_up.returncode == NOT_POSSIBLE else OSError)("tools/setup failed, as said above")
+    folder = SOURCES / "build" / preset
+    print(f"building into {folder.relative_to(SOURCES)}", flush=True)
+    if not (folder / "build.ninja").exists():
+        _quietly("cmake", "--preset", preset, "-DBUILD_TESTING=OFF")
+    _quietly("cmake", "--build", "--preset", preset, "--target", *targets)
+    return folder
+
+
+def _quietly(*command):
+    done = subprocess.run(command, cwd=SOURCES, check=False, text=True, stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    if done.returncode != 0:
+        raise OSError(f"{done.stdout}{' '.join(command)} failed")
 
 
 def _arm_root():

@@ -1,7 +1,7 @@
-"""The simulated instrument: its disk, settings, board and drive, kept in one folder.
+"""The simulated instrument: its card, settings, board and drive, kept in one folder.
 
-The folder holds all that survives a run, so a later run with the same folder goes on with the same
-instrument. Everything else lives in namespaces that end with the run.
+The folder holds all that survives a run, so a later run with the same folder (or a copy of it) goes on
+with the same instrument. Everything else ends with the run.
 """
 
 import configparser
@@ -9,20 +9,23 @@ import json
 import os
 import re
 import shutil
+import stat
 import subprocess
 import tempfile
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from pathlib import Path
 
-import disk
-import sample
-import standins
-from isolation import end_all_processes
-from rootfs import RootFileSystem
+from . import archive, faults
+from .build import SCREEN_VSYNC
+from .card import MIB, PARTITIONS, Card
+from .namespaces import WITH_PARENT
+from .rootfs import RootFileSystem
 
 OLDER_VERSION = "3.3.0"
 PROGRAM = "/opt/vrk-updater/vrk-updater"
+LIBRARIES = f"{os.path.dirname(PROGRAM)}/lib"
 DRIVE = "/media/usb"
+SYSTEM = "/usr/local"
 BOARD_FOLDER = "/var/lib/vrk-embedded-api"
 BOARD_STATE = "board.ini"
 FSTAB = "/etc/fstab"
@@ -36,26 +39,35 @@ FSTAB_TEXT = """\
 
 @dataclass(frozen=True)
 class Settings:
-    """What can be set about an instrument; the versions count only when it is made."""
+    """What can be set about an instrument. The first three count when it is made, the others at every run."""
 
     running_version: str = "3.4.0"
     board_version: str = "2.06"
-    board_connected: bool = True
-    board_result: int = 0
+    partition_bytes: int = 512 * MIB
+    card: bool = True  # Without one, mount and umount only claim to work, and archives are unpacked into memory.
     language: int = 1
-    failing: tuple = ()
-    delayed: tuple = ()
+    board_connected: bool = True
+    board_result: int = 0  # what flashing ends with
+    page_ms: int = 30  # what the board takes for a page of 256 bytes
+    initialize_result: int = 0
+    initialize_ms: int = 200
+    failures: dict = field(default_factory=dict)  # command: the first of its calls that fails
+    delays: dict = field(default_factory=dict)  # command: seconds that it takes longer
+    signal_at: tuple | None = None  # a signal's name, and the beginning of the command line that brings it
 
 
 class Instrument:
-    """An instrument in a folder; a context in which it is switched on."""
+    """An instrument in a folder; a context in which it is switched on.
+
+    It is switched on where mounts are private (namespaces.py).
+    """
 
     def __init__(self, folder, build, settings):
-        self._folder = folder
-        self._build = build
-        self._settings = settings
-        self._loops = {}
+        self.folder, self.settings = folder, settings
+        self.card = Card(folder / "emmc.img") if settings.card else None
         self.root = None
+        self._build = build
+        self._devices = {}
         for name in ("board", "data", "log", "memory"):
             (folder / name).mkdir(parents=True, exist_ok=True)
         if not (folder / "instrument.json").exists():
@@ -63,106 +75,127 @@ class Instrument:
 
     def _make(self):
         """As it leaves the factory: a system in use on the third partition, an older one beside."""
-        settings, translations = self._settings, self._build.translations
-        with tempfile.TemporaryDirectory(dir=self._folder) as name:
-            used, idle = Path(name, "used"), Path(name, "idle")
-            sample.write_system(used, settings.running_version, settings.board_version, translations)
-            sample.write_system(idle, OLDER_VERSION, settings.board_version, translations)
-            disk.make_image(self._image, {"mmcblk1p3": used, "mmcblk1p4": idle})
-        (self._folder / "fstab").write_text(FSTAB_TEXT)
-        for state in (self._folder / "board").iterdir():
+        settings = self.settings
+        if self.card:
+            with tempfile.TemporaryDirectory(dir=self.folder) as made:
+                versions = dict(zip(PARTITIONS, (settings.running_version, OLDER_VERSION)))
+                for name, version in versions.items():
+                    archive.write_system(Path(made, name), version, settings.board_version, self._build.translations)
+                self.card.make({name: Path(made, name) for name in versions}, settings.partition_bytes)
+        (self.folder / "fstab").write_text(FSTAB_TEXT)
+        for state in (self.folder / "board").iterdir():
             state.unlink()
-        (self._folder / "instrument.json").write_text(json.dumps({"board_version": settings.board_version}))
+        (self.folder / "instrument.json").write_text(json.dumps({"board_version": settings.board_version}))
 
     @property
-    def _image(self):
-        return self._folder / "emmc.img"
+    def _first_board_version(self):
+        return json.loads((self.folder / "instrument.json").read_text())["board_version"]
 
     def __enter__(self):
-        self.root = RootFileSystem(self._folder / "memory", self._build.base)
-        self._attach_disk()
-        self._write_configuration()
-        self._install_program()
-        self._install_standins()
-        self.root.run("mount", "/usr/local")
+        self.root = RootFileSystem(self.folder / "memory", self._build.base)
+        try:
+            self._write_configuration()
+            self._install_program()
+            self._install_faults()
+            self._mount_system()
+        except BaseException:
+            self.root.close()
+            raise
         return self
 
     def __exit__(self, *_):
-        end_all_processes()
-        shutil.copy(self.root.inside(FSTAB), self._folder / "fstab")
-        while os.path.ismount(self.root.inside("/usr/local")):
-            subprocess.run(["umount", self.root.inside("/usr/local")], check=True)
+        shutil.copy(self.root.inside(FSTAB), self.folder / "fstab")
+        self.root.close()
 
-    def _attach_disk(self):
-        for name, region in disk.PARTITIONS.items():
-            self._loops[name] = disk.LoopDevice(self._image, region)
-        self._loops["mmcblk1"] = disk.LoopDevice(self._image, disk.WHOLE, read_only=True)
-        for name, loop in self._loops.items():
-            self.root.add_block_device(name, loop.number)
+    def _mount_system(self):
+        if self.card:
+            self._devices = self.card.attach()
+            for name, number in self._devices.items():
+                self.root.add_device(name, stat.S_IFBLK | 0o660, number)
+            subprocess.run(self.root.command("mount", SYSTEM), check=True)
+        else:
+            archive.write_system(self.root.inside(SYSTEM), self.settings.running_version,
+                                 self.settings.board_version, self._build.translations)
 
     def _write_configuration(self):
-        settings = self._settings
-        made = json.loads((self._folder / "instrument.json").read_text())
-        self.root.write(FSTAB, (self._folder / "fstab").read_text())
+        settings = self.settings
+        self.root.write(FSTAB, (self.folder / "fstab").read_text())
         self.root.write("/var/zepra/vrk-gui/settings.ini", f"[Regional]\nlanguage={settings.language}\n")
         self.root.write("/etc/vrk-embedded-api.ini", "\n".join([
-            "[instrument]", f"system_version_file=/usr/local/{VERSION_FILE}",
-            "[board]", f"connected={str(settings.board_connected).lower()}",
-            f"version={made['board_version']}", f"flash_result={settings.board_result}",
+            "[instrument]", f"system_version_file={SYSTEM}/{VERSION_FILE}",
+            f"initialize_result={settings.initialize_result}", f"initialize_ms={settings.initialize_ms}",
+            "[board]", f"connected={str(settings.board_connected).lower()}", f"version={self._first_board_version}",
+            f"flash_result={settings.board_result}", f"page_ms={settings.page_ms}",
             "[state]", f"file={BOARD_FOLDER}/{BOARD_STATE}", ""]))
-        self.root.bind(self._folder / "board", BOARD_FOLDER)
-        self.root.bind(self._folder / "data", sample.TRACES)
-        self.root.bind(self._folder / "log", standins.LOG_FOLDER)
+        for name, path in (("board", BOARD_FOLDER), ("data", archive.TRACES), ("log", faults.LOG_FOLDER)):
+            self.root.bind(self.folder / name, path)
 
     def _install_program(self):
-        program = self.root.inside(PROGRAM)
-        (program.parent / "lib").mkdir(parents=True)
-        shutil.copy(self._build.program, program)
-        shutil.copy(self._build.library, program.parent / "lib")
-        shutil.copytree(self._build.translations, program.parent / "translations")
+        for part, path in ((self._build.program, PROGRAM),
+                           (self._build.translations, f"{os.path.dirname(PROGRAM)}/translations"),
+                           (self._build.library, f"{LIBRARIES}/{self._build.library.name}"),
+                           (self._build.vsync, f"{LIBRARIES}/{SCREEN_VSYNC}")):
+            if part:
+                self.root.bind(part, path, "ro")
 
-    def _install_standins(self):
-        standins.install_logging_shell(self.root.path)
-        for name, first in self._settings.failing:
-            standins.install_failing_command(self.root.path, name, first)
-        for name, seconds in self._settings.delayed:
-            standins.install_delayed_command(self.root.path, name, seconds)
+    def _install_faults(self):
+        if not self.card:
+            faults.install_claims(self.root)
+        faults.install_logging_shell(self.root, self.settings.signal_at)
+        for name, first in self.settings.failures.items():
+            faults.install_failing_command(self.root, name, first)
+        for name, seconds in self.settings.delays.items():
+            faults.install_delayed_command(self.root, name, seconds)
 
-    def plug_in_drive(self, archive):
-        """Shows the archive, and nothing else, on the USB drive; returns its path there."""
-        path = f"{DRIVE}/{archive.name}"
-        self.root.bind(archive, path, "ro")
+    def plug_in(self, file, name=None):
+        """Shows an archive on the USB drive, under its own or another name; returns its path there."""
+        path = f"{DRIVE}/{name or file.name}"
+        self.root.bind(file, path, "ro")
         return path
 
     def start_updater(self, arguments, environment, output):
-        """Starts the updater as the instrument would; returns the process."""
-        basics = {"PATH": standins.search_path(), "HOME": "/root", "LANG": "C.UTF-8",
-                  "XDG_RUNTIME_DIR": "/run", "LD_LIBRARY_PATH": f"{os.path.dirname(PROGRAM)}/lib",
-                  **self._build.environment}
-        return subprocess.Popen(self.root.command(PROGRAM, *arguments), env={**basics, **environment},
+        """Starts the updater as the instrument would; returns the process, which ends with this thread."""
+        variables = {"PATH": faults.PATH, "HOME": "/root", "LANG": "C.UTF-8", "XDG_RUNTIME_DIR": "/run",
+                     "LD_LIBRARY_PATH": LIBRARIES, **self._build.environment, **environment}
+        start = ["env", "-i", *(f"{name}={value}" for name, value in variables.items()), PROGRAM, *arguments]
+        return subprocess.Popen([*WITH_PARENT, *self.root.command(*start)],
                                 stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
+
+    def refresh(self):
+        """What the environment needs for a virtual screen to refresh as a real one does, if the build has it."""
+        return {"LD_PRELOAD": f"{LIBRARIES}/{SCREEN_VSYNC}"} if self._build.vsync else {}
+
+    def commands(self):
+        """The command lines that the updater has given to the shell."""
+        log = self.folder / "log" / faults.COMMAND_LOG
+        return log.read_text().splitlines() if log.exists() else []
 
     def mounted_partition(self):
         """The partition mounted on /usr/local, or None."""
-        device = os.stat(self.root.inside("/usr/local")).st_dev
-        return next((name for name, loop in self._loops.items() if loop.number == device), None)
+        device = os.stat(self.root.inside(SYSTEM)).st_dev
+        return next((name for name, number in self._devices.items() if number == device), None)
+
+    def full_partition(self):
+        """The partition on /usr/local when nothing goes onto it any more, or None."""
+        room = os.statvfs(self.root.inside(SYSTEM))
+        return self.mounted_partition() if room.f_bfree * room.f_frsize < MIB or room.f_ffree == 0 else None
+
+    def signal_sent(self):
+        """Whether the signal of the settings has been sent."""
+        return self.root.inside(faults.SIGNAL_MARK).exists()
 
     def configured_partition(self):
         """The partition that /etc/fstab names for /usr/local, or None; while it is switched off."""
-        match = re.search(r"^/dev/(\S+)\s+/usr/local\s", (self._folder / "fstab").read_text(), re.MULTILINE)
+        match = re.search(r"^/dev/(\S+)\s+/usr/local\s", (self.folder / "fstab").read_text(), re.MULTILINE)
         return match[1] if match else None
 
     def system_versions(self):
-        """The version of the system on each partition, None where it holds none.
-
-        To be asked only while the instrument is switched off.
-        """
-        texts = {name: disk.read_file(self._image, name, VERSION_FILE) for name in disk.PARTITIONS}
+        """The version of the system on each partition, None where it holds none; while it is switched off."""
+        texts = {name: self.card.read_file(name, VERSION_FILE) for name in PARTITIONS}
         return {name: text.decode(errors="replace").strip() or None for name, text in texts.items()}
 
     def board_version(self):
         """The version of the firmware that the board runs."""
-        made = json.loads((self._folder / "instrument.json").read_text())
         state = configparser.ConfigParser()
-        state.read(self._folder / "board" / BOARD_STATE)
-        return state.get("board", "version", fallback=made["board_version"]).strip('"')
+        state.read(self.folder / "board" / BOARD_STATE)
+        return state.get("board", "version", fallback=self._first_board_version).strip('"')

@@ -1,10 +1,7 @@
-"""The instrument's root file system: an overlay on a base, with everything changeable in memory.
-
-To be used inside the namespaces of isolation.py: nothing here unmounts on failure, the end of the
-namespace does.
-"""
+"""The instrument's root file system: an overlay on a base, with everything changeable in memory."""
 
 import os
+import signal
 import stat
 import subprocess
 from pathlib import Path
@@ -22,54 +19,69 @@ def mount(*arguments):
 
 
 class RootFileSystem:
-    """Builds the root below an empty folder; path is where it lies."""
+    """A root file system below an empty folder; path is where it lies.
+
+    To be made where mounts are private (namespaces.py), so that they end at the latest with the process.
+    """
 
     def __init__(self, folder, base="/"):
         self._memory = folder
         self.path = folder / "root"
         mount("-t", "tmpfs", "-o", "mode=0755", "instrument", folder)
         upper, work = folder / "upper", folder / "work"
-        for place in (upper, work, self.path):
-            place.mkdir()
-        self._hide(upper / "usr" / "local")
+        for place in (upper / "usr" / "local", work, self.path):
+            place.mkdir(parents=True)
+        os.setxattr(upper / "usr" / "local", "trusted.overlay.opaque", b"y")  # empty, whatever the base has
         mount("-t", "overlay", "-o", f"lowerdir={base},upperdir={upper},workdir={work}", "instrument", self.path)
-        self._mount_kernel_folders()
-        self._make_devices()
-
-    @staticmethod
-    def _hide(place):
-        """Makes the folder appear empty, whatever the base has there."""
-        place.mkdir(parents=True)
-        os.setxattr(place, "trusted.overlay.opaque", b"y")
-
-    def _mount_kernel_folders(self):
         for name, mode in (("tmp", "1777"), ("run", "0700"), ("dev", "0755"), ("media", "0755")):
             mount("-t", "tmpfs", "-o", f"mode={mode}", name, self.path / name)
         mount("-t", "proc", "proc", self.path / "proc")
         mount("-t", "sysfs", "-o", "ro", "sysfs", self.path / "sys")
+        self._make_devices()
 
     def _make_devices(self):
         for name, numbers in CHARACTER_DEVICES.items():
-            node = self.path / "dev" / name
-            os.mknod(node, stat.S_IFCHR | 0o666, os.makedev(*numbers))
-            node.chmod(0o666)
+            self.add_device(name, stat.S_IFCHR | 0o666, os.makedev(*numbers))
         for name, target in LINKS.items():
-            (self.path / "dev" / name).symlink_to(target)
-        (self.path / "dev" / "shm").mkdir(mode=0o1777)
+            self.inside(f"/dev/{name}").symlink_to(target)
+        self.inside("/dev/shm").mkdir(mode=0o1777)
 
-    def add_block_device(self, name, number):
+    def add_device(self, name, mode, number):
         """Makes the node /dev/<name>."""
-        os.mknod(self.path / "dev" / name, stat.S_IFBLK | 0o660, number)
+        node = self.inside(f"/dev/{name}")
+        os.mknod(node, mode, number)
+        node.chmod(stat.S_IMODE(mode))
+
+    def close(self):
+        """Ends all that runs inside, and unmounts."""
+        while processes := self._processes():
+            for process in processes:
+                os.kill(process, signal.SIGKILL)
+        subprocess.run(["umount", "--recursive", self._memory], check=True)
+
+    def _processes(self):
+        found = []
+        for process in Path("/proc").glob("[0-9]*"):
+            try:
+                if (process / "stat").read_text().rpartition(")")[2].split()[0] != "Z" \
+                        and os.path.samefile(process / "root", self.path):
+                    found.append(int(process.name))
+            except OSError:  # It has ended.
+                continue
+        return found
 
     def inside(self, path):
         """Where an absolute path of the instrument lies, seen from outside."""
         return Path(f"{self.path}{path}")
 
-    def write(self, path, text):
-        """Writes a file, its folders included."""
+    def write(self, path, text, executable=False):
+        """Writes a file, its folders included; a file of the base is replaced, not followed."""
         place = self.inside(path)
         place.parent.mkdir(parents=True, exist_ok=True)
+        place.unlink(missing_ok=True)
         place.write_text(text)
+        if executable:
+            place.chmod(0o755)
 
     def bind(self, source, path, *options):
         """Shows a file or folder from outside at a path of the instrument."""
@@ -91,7 +103,3 @@ class RootFileSystem:
     def command(self, *arguments):
         """The command line that runs arguments inside."""
         return ["chroot", str(self.path), *map(str, arguments)]
-
-    def run(self, *arguments):
-        """Runs a command inside, or raises CalledProcessError."""
-        subprocess.run(self.command(*arguments), check=True)

@@ -1,44 +1,49 @@
-"""The instrument's screen, simulated: an X server without a monitor, and real input to it."""
+"""The instrument's screen, simulated: an X server without a monitor, pictures of it, and real input to it."""
 
-import ctypes
 import mmap
 import os
-import signal
 import struct
 import subprocess
 import tempfile
+import threading
+import time
 
-from frame import Frame
-from touch import TouchPanel
+from PIL import Image
+from Xlib import XK, X, display
+from Xlib.ext import xtest
 
-SMALLEST_WINDOW = (800, 480)
-PR_SET_PDEATHSIG = 1
-READS_AT_MOST = 5
+from .namespaces import WITH_PARENT
+from .touch import TouchPanel
 
-_libc = ctypes.CDLL(None)
+SMALLEST = (800, 480)
+CONTROLS = {"yes": 0.25, "no": 0.75, "button": 0.5}  # their centres across; all in the bottom tenth
+BOTTOM_ROW = 0.95
 
 
 class ScreenError(Exception):
     """The screen cannot be started, or there is nothing on it to act on."""
 
 
-class VirtualScreen:
-    """An X server of its own with one program's window on it, which fills it.
+class Screen:
+    """A context: an X server of its own for one program's window, which fills it.
 
-    A context manager. The server ends with it, or with the thread that entered it, and never has a
-    file that others could see, so that nothing stays behind however this process ends. `directory`
-    is a place for the frame buffer until the server has opened it. No window manager runs.
+    The server ends with the context, or with the thread that entered it, and has no file that others
+    could see. No window manager runs. The last picture of a program stays when its window has gone.
     """
 
-    def __init__(self, width=800, height=480, directory=None):
-        self.width, self.height = width, height
-        self._directory = directory or ("/dev/shm" if os.path.isdir("/dev/shm") else None)
+    def __init__(self, width=SMALLEST[0], height=SMALLEST[1]):
+        self.width, self.height = self.size = width, height
+        self._in_use = threading.Lock()
 
     def __enter__(self):
-        with tempfile.TemporaryDirectory(dir=self._directory) as folder:
-            self._server, number = _start_server(self.width, self.height, folder)
-            self._memory = _mapped(os.path.join(folder, "Xvfb_screen0"))
-        self.display = f":{number}"
+        with tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None) as folder:
+            self._server, self.display = _start_server(self.width, self.height, folder)
+            with open(os.path.join(folder, "Xvfb_screen0"), "rb") as file:
+                self._memory = mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
+        header = struct.unpack_from(">20I", self._memory)
+        self._start, self._row = header[0] + 12 * header[19], header[12]
+        self._x = self.connect()
+        self._keep_last_pictures()
         self.panel = TouchPanel(self.width, self.height)
         return self
 
@@ -46,111 +51,117 @@ class VirtualScreen:
         self._server.terminate()
         self._server.wait()
         self._memory.close()
-        self.panel.close()
 
-    def env(self):
+    def connect(self):
+        """A connection to the X server, for one thread."""
+        return display.Display(self.display)
+
+    def _keep_last_pictures(self):
+        """Covers the root by a window that paints nothing: a window that goes from above leaves its pixels."""
+        cover = self._x.screen().root.create_window(0, 0, self.width, self.height, 0, X.CopyFromParent,
+                                                    background_pixmap=X.NONE)
+        cover.map()
+        self._x.sync()
+
+    def environment(self):
         """What the environment of a program on this screen needs besides the usual."""
         return {"DISPLAY": self.display, "QT_QPA_PLATFORM": "xcb", "LIBGL_ALWAYS_SOFTWARE": "1",
                 "QT_QPA_GENERIC_PLUGINS": self.panel.plugin}
 
     def arguments(self):
         """Arguments that make a Qt program's window fill the screen; its smallest does unasked."""
-        if (self.width, self.height) == SMALLEST_WINDOW:
-            return []
-        return ["-qwindowgeometry", f"{self.width}x{self.height}"]
+        return [] if self.size == SMALLEST else ["-qwindowgeometry", f"{self.width}x{self.height}"]
 
-    def frame(self):
-        """The picture as it stands.
+    def pixels(self):
+        """The picture as it stands, between two requests of its painter, as bytes for picture_of().
 
-        The server may be in the middle of drawing, so it is read until two reads agree; on a
-        screen that keeps changing the last of a few reads counts.
+        Read from the server's memory, which takes a tenth of the time that the X protocol takes for it.
         """
-        picture = self._memory[:]
-        for _ in range(READS_AT_MOST):
-            before, picture = picture, self._memory[:]
-            if picture == before:
-                break
-        return _decoded(picture)
+        with self._in_use:
+            self._x.grab_server()
+            self._x.sync()
+            pixels = self._memory[self._start:self._start + self._row * self.height]
+            self._x.ungrab_server()
+            self._x.flush()
+        return pixels
 
-    def give_focus(self):
-        """Gives the program's window the keyboard focus, as on the instrument; false without one.
+    def picture_of(self, pixels):
+        """The RGB picture of such bytes."""
+        return Image.frombytes("RGB", self.size, pixels, "raw", "BGRX", self._row)
 
-        Touches and keys reach only a window with the focus, and nobody else gives it one here.
-        """
-        return self._xdotool("search", "--onlyvisible", "--class", ".", "windowfocus", "--sync")
+    def picture(self):
+        """The RGB picture as it stands."""
+        return self.picture_of(self.pixels())
 
     def touch(self, x, y, hold=0.1):
         """Touches the pixel (x, y) for `hold` seconds."""
         self._require_window()
         self.panel.touch(x, y, hold)
 
-    def key(self, *names):
-        """Presses and releases keys by their X names, for example Return, Right or h."""
+    def press(self, control, hold=0.1):
+        """Touches a control: "yes", "no" or "button"."""
+        self.touch(*self.place(control), hold)
+
+    def place(self, control):
+        """The pixel in the middle of a control."""
+        return round(CONTROLS[control] * self.width), round(BOTTOM_ROW * self.height)
+
+    def slide(self, start, end):
+        """Puts a finger on one pixel, moves it to another and lifts it there."""
         self._require_window()
-        self._require_done("key", *names)
+        for points in ([start], [end], []):
+            self.panel.press(*points)
+            time.sleep(0.1)
+
+    def key(self, *names, hold=0.0):
+        """Presses keys by their X names (Return, Right, h, H), and releases each after `hold` seconds."""
+        self._require_window()
+        for name in names:
+            with self._in_use:
+                code, level = next(iter(self._x.keysym_to_keycodes(XK.string_to_keysym(name))))
+                shift = [self._x.keysym_to_keycode(XK.XK_Shift_L)] * (level % 2)
+            self._fake(X.KeyPress, *shift, code)
+            time.sleep(hold)
+            self._fake(X.KeyRelease, code, *shift)
 
     def move(self, x, y):
         """Moves the mouse to the pixel (x, y)."""
-        self._require_done("mousemove", str(x), str(y))
+        with self._in_use:
+            xtest.fake_input(self._x, X.MotionNotify, x=x, y=y)
+            self._x.sync()
 
     def click(self, x, y):
         """Clicks the mouse's left button on the pixel (x, y)."""
-        self._require_done("mousemove", str(x), str(y), "click", "1")
+        self.move(x, y)
+        self._fake(X.ButtonPress, 1)
+        self._fake(X.ButtonRelease, 1)
+
+    def _fake(self, kind, *codes):
+        with self._in_use:
+            for code in codes:
+                xtest.fake_input(self._x, kind, code)
+            self._x.sync()
 
     def _require_window(self):
-        if not self.give_focus():
+        """Input reaches only a window with the focus, which the watcher gives (watcher.py)."""
+        with self._in_use:
+            focus = self._x.get_input_focus().focus
+        if isinstance(focus, int):
             raise ScreenError("there is no window on the screen")
-
-    def _require_done(self, *command):
-        if not self._xdotool(*command):
-            raise ScreenError(f"the screen did not take the input: {' '.join(command)}")
-
-    def _xdotool(self, *command):
-        try:
-            return subprocess.run(["xdotool", *command], env=dict(os.environ, DISPLAY=self.display),
-                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                  timeout=10).returncode == 0
-        except FileNotFoundError:
-            raise ScreenError("xdotool is missing (Debian package xdotool)") from None
-        except subprocess.TimeoutExpired:
-            return False
 
 
 def _start_server(width, height, folder):
+    """Starts the server with its memory in a file in the folder; returns its process and display."""
     reading, writing = os.pipe()
     with open(reading, "rb") as number, tempfile.TemporaryFile() as messages:
-        try:
-            server = subprocess.Popen(
-                ["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{width}x{height}x24",
-                 "-fbdir", folder, "-nocursor", "-noreset", "-nolock", "-nolisten", "unix"],
-                pass_fds=[writing], stdin=subprocess.DEVNULL, stdout=messages, stderr=messages,
-                preexec_fn=_end_with_parent)
-        except FileNotFoundError:
-            raise ScreenError("Xvfb is missing (Debian package xvfb)") from None
-        finally:
-            os.close(writing)
-        display = number.read().strip().decode()
-        if display:
-            return server, display
+        server = subprocess.Popen(
+            [*WITH_PARENT, "Xvfb", "-displayfd", str(writing), "-screen", "0", f"{width}x{height}x24",
+             "-fbdir", folder, "-nocursor", "-noreset", "-nolock", "-nolisten", "unix"],
+            pass_fds=[writing], stdin=subprocess.DEVNULL, stdout=messages, stderr=messages)
+        os.close(writing)
+        display_number = number.read().strip().decode()
+        if display_number:
+            return server, f":{display_number}"
         server.wait()
         messages.seek(0)
         raise ScreenError("Xvfb did not start: " + messages.read().decode(errors="replace").strip())
-
-
-def _end_with_parent():
-    _libc.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
-
-
-def _mapped(path):
-    with open(path, "rb") as file:
-        return mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
-
-
-def _decoded(xwd):
-    fields = struct.unpack_from(">20I", xwd)
-    width, height, row, colours = fields[4], fields[5], fields[12], fields[19]
-    start = fields[0] + 12 * colours
-    if row == 4 * width:
-        return Frame(width, height, xwd[start:start + row * height])
-    rows = (xwd[at:at + 4 * width] for at in range(start, start + row * height, row))
-    return Frame(width, height, b"".join(rows))

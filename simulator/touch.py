@@ -1,15 +1,15 @@
 """A touch panel: real touch events for a Qt program, sent as TUIO messages over loopback UDP.
 
-Qt's generic plugin "tuiotouch" receives them in the program and delivers them to its focused
-window, scaled to the size of that window.
+Qt's generic plugin "tuiotouch" receives them in the program and delivers them to its focused window,
+scaled to the size of that window.
 """
 
 import socket
-import struct
 import time
 
+import liblo
+
 ADDRESS = "/tuio/2Dcur"
-IMMEDIATELY = struct.pack(">Q", 1)
 SOCKET_TABLES = ("/proc/net/udp", "/proc/net/udp6")
 
 
@@ -21,19 +21,16 @@ class TouchPanel:
     """A panel of the given size in pixels; the program is started with `plugin` loaded."""
 
     def __init__(self, width, height):
-        self._width, self._height = width, height
+        self._size = width, height
         self._frame_number = 0
-        self._sender = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self._port = _free_port()
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+            probe.bind(("", 0))
+            self._port = probe.getsockname()[1]
 
     @property
     def plugin(self):
         """The value for QT_QPA_GENERIC_PLUGINS in the program's environment."""
         return f"tuiotouch:udp={self._port}"
-
-    def close(self):
-        """Gives up the panel; a finger that is still down stays down."""
-        self._sender.close()
 
     def touch(self, x, y, hold=0.1, timeout=5.0):
         """Puts a finger on the pixel (x, y) and lifts it after `hold` seconds.
@@ -47,15 +44,14 @@ class TouchPanel:
 
     def press(self, *points):
         """The pixels that fingers are on from now on; none lifts them all."""
-        fingers = range(1, len(points) + 1)
-        messages = [_message("alive", *fingers)]
-        for finger, (x, y) in zip(fingers, points):
-            centre = (x + 0.5) / self._width, (y + 0.5) / self._height
-            messages.append(_message("set", finger, *centre, 0.0, 0.0, 0.0))
+        fingers = list(enumerate(points, 1))
+        messages = [liblo.Message(ADDRESS, "alive", *(finger for finger, _ in fingers))]
+        for finger, point in fingers:
+            centre = [(at + 0.5) / length for at, length in zip(point, self._size)]
+            messages.append(liblo.Message(ADDRESS, "set", finger, *centre, 0.0, 0.0, 0.0))
         self._frame_number += 1
-        messages.append(_message("fseq", self._frame_number))
-        bundle = _text("#bundle") + IMMEDIATELY + b"".join(messages)
-        self._sender.sendto(bundle, ("127.0.0.1", self._port))
+        messages.append(liblo.Message(ADDRESS, "fseq", self._frame_number))
+        liblo.send(("127.0.0.1", self._port), liblo.Bundle(*messages))
 
     def _wait_for_program(self, timeout):
         deadline = time.monotonic() + timeout
@@ -71,23 +67,3 @@ class TouchPanel:
                 if any(line.split()[1].endswith(end) for line in lines):
                     return True
         return False
-
-
-def _free_port():
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
-        probe.bind(("", 0))
-        return probe.getsockname()[1]
-
-
-def _message(*values):
-    kinds = {str: ("s", _text), int: ("i", struct.Struct(">i").pack),
-             float: ("f", struct.Struct(">f").pack)}
-    tags = "," + "".join(kinds[type(value)][0] for value in values)
-    body = b"".join(kinds[type(value)][1](value) for value in values)
-    message = _text(ADDRESS) + _text(tags) + body
-    return struct.pack(">i", len(message)) + message
-
-
-def _text(value):
-    data = value.encode("ascii") + b"\0"
-    return data + bytes(-len(data) % 4)

@@ -1,19 +1,25 @@
-"""Sample systems: what the simulated instrument runs, and what the sample archive brings."""
+"""Systems and update archives: what the simulated instrument runs, and what a sample archive brings."""
 
 import hashlib
 import os
 import random
 import shutil
 import subprocess
+import tarfile
 import tempfile
+import zlib
 from pathlib import Path
 
-MAKE_ARCHIVE = Path(__file__).resolve().parent.parent / "tools" / "make-archive"
+from . import SOURCES
+
+MAKE_ARCHIVE = SOURCES / "tools" / "make-archive"
+OFFERED_VERSION, OFFERED_FIRMWARE = "3.5.0", "2.07"
 TIME = 1_700_000_000
 BALLAST_FILES = 5
 BALLAST_BYTES = 8 * 1024 * 1024
 FIRMWARE_BYTES = 32 * 1024
 HEX_RECORD_BYTES = 16
+BYTES_PER_INODE = 16 * 1024
 
 TRACES = "/var/lib/zepra"
 SETUP_TRACE = "share/zentar/setup-done"
@@ -75,21 +81,42 @@ def write_update(root, version, firmware_version, translations=None, ballast_fil
         os.utime(path, (TIME, TIME), follow_symlinks=False)
 
 
-def sample_archive(cache, version, firmware_version, translations):
-    """The path of the sample archive with these contents; made when the cache lacks it."""
-    sources = [Path(__file__), MAKE_ARCHIVE, *sorted(translations.iterdir())]
-    content = b"".join(source.read_bytes() for source in sources) + firmware_version.encode()
-    archive = cache / hashlib.sha256(content).hexdigest()[:12] / f"zepra_update_v{version}.tar.gz"
+def pack(root, version, output):
+    """Makes the update archive of a folder that holds "usr/local"; returns its path in the folder output."""
+    subprocess.run([MAKE_ARCHIVE, root, "--version", version, "--output", output], check=True,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    return Path(output, f"zepra_update_v{version}.tar.gz")
+
+
+def sample(build, ballast_files=BALLAST_FILES):
+    """The path of a sample archive with the build's translations; made when the build folder lacks it."""
+    sources = [Path(__file__), MAKE_ARCHIVE, *sorted(build.translations.iterdir())]
+    content = b"".join(source.read_bytes() for source in sources) + bytes([ballast_files])
+    folder = build.folder / "simulator" / "archives" / hashlib.sha256(content).hexdigest()[:12]
+    archive = folder / f"zepra_update_v{OFFERED_VERSION}.tar.gz"
     if not archive.exists():
         print(f"making a sample update archive: {archive}", flush=True)
-        archive.parent.mkdir(parents=True, exist_ok=True)
-        with tempfile.TemporaryDirectory(dir=archive.parent) as folder:
-            root = Path(folder, "root")
-            write_update(root, version, firmware_version, translations)
-            subprocess.run([MAKE_ARCHIVE, root, "--version", version, "--output", folder],
-                           check=True, stdout=subprocess.DEVNULL)
-            Path(folder, archive.name).replace(archive)
+        folder.mkdir(parents=True, exist_ok=True)
+        with tempfile.TemporaryDirectory(dir=folder) as made:
+            root = Path(made, "root")
+            write_update(root, OFFERED_VERSION, OFFERED_FIRMWARE, build.translations, ballast_files)
+            pack(root, OFFERED_VERSION, made).replace(archive)
     return archive
+
+
+def unpacked_bytes(archive):
+    """What an archive's members take on a partition, blocks and inodes included.
+
+    Of a broken archive only what can be read counts.
+    """
+    total = 0
+    try:
+        with tarfile.open(archive, "r|gz") as members:
+            for member in members:
+                total += max(BYTES_PER_INODE, member.size)
+    except (tarfile.TarError, EOFError, OSError, zlib.error):
+        pass
+    return total
 
 
 def seeded_bytes(seed, size):

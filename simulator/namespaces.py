@@ -1,28 +1,32 @@
-"""Runs a job in mount and process namespaces of its own.
-
-Whatever the job starts, mounts or attaches goes away with it: when it returns, fails, or when this
-process is killed outright.
-"""
+"""Private namespaces: what is mounted, attached or started in them goes away with them."""
 
 import ctypes
+import functools
 import os
 import signal
 import subprocess
 import sys
 import traceback
 
-CLONE_NEWNS = 0x00020000
-CLONE_NEWPID = 0x20000000
-PR_SET_PDEATHSIG = 1
+CLONE_NEWNS, CLONE_NEWPID = 0x00020000, 0x20000000
 GRACE_SECONDS = 20
 OWN_FAILURE = 125
 
-_libc = ctypes.CDLL(None, use_errno=True)
+# Ends a program with the thread that starts it, whatever ends that.
+WITH_PARENT = ("setpriv", "--pdeathsig", "KILL")
+
+
+@functools.cache
+def enter():
+    """Makes the mounts of this process and its children private; to be called in the main thread."""
+    _unshare(CLONE_NEWNS)
+    subprocess.run(["mount", "--make-rprivate", "/"], check=True)
 
 
 def run_isolated(job):
     """Runs job() as the first process of new namespaces; returns its value as an exit status.
 
+    Whatever the job starts or mounts ends with it, also when this process is killed outright.
     SIGINT, SIGTERM and SIGHUP end the job in an orderly way; the status is then 128 + the signal.
     """
     _unshare(CLONE_NEWPID)
@@ -32,31 +36,25 @@ def run_isolated(job):
     return _supervise(child)
 
 
-def end_all_processes():
-    """Kills all other processes of the namespaces and waits for them; to be called in the job."""
-    try:
-        os.kill(-1, signal.SIGKILL)
-        while True:
-            os.wait()
-    except (ProcessLookupError, ChildProcessError):
-        pass
-
-
 def _unshare(flags):
-    if _libc.unshare(flags) != 0:
+    libc = ctypes.CDLL(None, use_errno=True)  # Python 3.11 has no os.unshare
+    if libc.unshare(flags) != 0:
         number = ctypes.get_errno()
         raise OSError(number, f"cannot make a private namespace: {os.strerror(number)}")
+
+
+def _end_with_parent():
+    ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
 
 
 def _first_process(job):
     status = OWN_FAILURE
     try:
-        _libc.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+        _end_with_parent()
         os.setsid()
         signal.signal(signal.SIGINT, signal.SIG_IGN)
         signal.signal(signal.SIGTERM, lambda *_: sys.exit(OWN_FAILURE))
-        _unshare(CLONE_NEWNS)
-        subprocess.run(["mount", "--make-rprivate", "/"], check=True)
+        enter()
         subprocess.run(["mount", "-t", "proc", "proc", "/proc"], check=True)
         status = job()
     except SystemExit as leaving:

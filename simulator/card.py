@@ -1,0 +1,80 @@
+"""The instrument's MMC card: an image file with a partition table and two ext4 partitions."""
+
+import os
+import subprocess
+
+MIB = 1024 * 1024
+SECTOR = 512
+BEFORE_PARTITIONS = 8 * MIB
+PARTITIONS = ("mmcblk1p3", "mmcblk1p4")
+WHOLE = "mmcblk1"
+
+
+def other_partition(name):
+    """The name of the partition that is not the given one."""
+    return PARTITIONS[1 - PARTITIONS.index(name)]
+
+
+class Card:
+    """The card in an image file. Its contents are to be read only while it is not attached."""
+
+    def __init__(self, image):
+        self.image = image
+        self._devices = {}
+
+    def make(self, contents, partition_bytes):
+        """Writes a sparse image; contents maps each partition's name to the folder that fills it."""
+        with open(self.image, "wb") as file:
+            file.truncate(BEFORE_PARTITIONS + len(PARTITIONS) * partition_bytes)
+        table = ["label: dos"]
+        for name in PARTITIONS:
+            start, size = self.region(name)
+            table.append(f"{name} : start={start // SECTOR}, size={size // SECTOR}, type=83")
+        subprocess.run(["sfdisk", "--quiet", self.image], input="\n".join(table), text=True, check=True)
+        for name, folder in contents.items():
+            start, size = self.region(name)
+            # With complete inode tables the kernel has nothing to catch up on behind the scenes.
+            subprocess.run(["mke2fs", "-q", "-F", "-t", "ext4", "-L", name, "-d", folder,
+                            "-E", f"offset={start},root_owner=0:0,lazy_itable_init=0",
+                            self.image, f"{size // 1024}k"], check=True)
+
+    @property
+    def partition_bytes(self):
+        """The size of each partition."""
+        return (self.image.stat().st_size - BEFORE_PARTITIONS) // len(PARTITIONS)
+
+    def region(self, name):
+        """Where a partition lies in the image: its start and its size in bytes."""
+        size = self.partition_bytes
+        return BEFORE_PARTITIONS + PARTITIONS.index(name) * size, size
+
+    def attach(self):
+        """Attaches loop devices to the card and its partitions; maps their names to device numbers."""
+        for name in PARTITIONS:
+            start, size = self.region(name)
+            self._devices[name] = self._attach("--offset", str(start), "--sizelimit", str(size))
+        self._devices[WHOLE] = self._attach("--read-only")
+        return {name: os.fstat(device).st_rdev for name, device in self._devices.items()}
+
+    def _attach(self, *options):
+        device = subprocess.run(["losetup", "--find", "--show", *options, self.image],
+                                check=True, text=True, stdout=subprocess.PIPE).stdout.strip()
+        try:
+            return os.open(device, os.O_RDONLY)
+        finally:
+            # It goes with its last user, a mount or this process, whatever ends that.
+            subprocess.run(["losetup", "--detach", device], check=True)
+
+    def debugfs(self, partition, request):
+        """The answer of debugfs to a request about a partition."""
+        place = f"{self.image}?offset={self.region(partition)[0]}"
+        return subprocess.run(["debugfs", "-R", request, place], check=True,
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
+
+    def read_file(self, partition, name):
+        """The content of a file on a partition; empty when there is none."""
+        return self.debugfs(partition, f"cat /{name}")
+
+    def copy_out(self, partition, folder):
+        """Copies all that lies on a partition into a folder."""
+        self.debugfs(partition, f"rdump / {folder}")

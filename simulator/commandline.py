@@ -1,0 +1,153 @@
+"""The command line of ./simulate."""
+
+import argparse
+import subprocess
+import sys
+from pathlib import Path
+
+from .build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, NotPossible, make, require_devices
+
+OWN_FAILURE = 125
+SIGNALS = ("TERM", "INT", "KILL")
+
+DESCRIPTION = """\
+Builds the updater and runs it in a simulated instrument: a private root file system with two real
+system partitions, a measurement board and a USB drive with an update archive, which is really
+installed. With a display ($DISPLAY) the window opens there; without one the updater runs on a
+virtual screen, where an automatic operator answers yes, presses Reboot and takes a picture of each
+screen. At the end it says what became of the instrument. Needs root. Nothing outside is changed."""
+
+EPILOG = """\
+The updater's arguments behind "--" take the place of "-u <archive>".
+
+Exit status: the updater's own; 125 when the simulation itself fails, 77 where it is not possible,
+128 + the signal when interrupted. DIR/report.json holds the closing report for programs."""
+
+
+class Parser(argparse.ArgumentParser):
+    """Keeps the status 125 for the simulation itself."""
+
+    def error(self, message):
+        self.exit(OWN_FAILURE, f"simulate: {message} (see ./simulate --help)\n")
+
+
+def command_and_number(text):
+    """NAME or NAME:N as a pair of name and number, which is 1 unless given."""
+    name, _, number = text.partition(":")
+    if not name or "/" in name or not (number or "1").isdigit() or number == "0":
+        raise argparse.ArgumentTypeError(f"{text!r} is not NAME or NAME:N")
+    return name, int(number or 1)
+
+
+def screen_size(text):
+    """WxH as a pair of numbers."""
+    width, _, height = text.partition("x")
+    if not (width.isdigit() and height.isdigit() and int(width) and int(height)):
+        raise argparse.ArgumentTypeError(f"{text!r} is not WIDTHxHEIGHT")
+    return int(width), int(height)
+
+
+def signal_at_moment(text):
+    """NAME@MOMENT as a pair of the signal's name and the moment."""
+    name, _, moment = text.partition("@")
+    if name not in SIGNALS or not moment:
+        raise argparse.ArgumentTypeError(f"{text!r} is not one of {', '.join(SIGNALS)}, @, and a moment")
+    return name, moment
+
+
+def mebibytes(text):
+    """A size that ext4 can have."""
+    if not text.isdigit() or int(text) < 16:
+        raise argparse.ArgumentTypeError(f"{text!r} is no number of MiB from 16 on")
+    return int(text)
+
+
+def make_parser():
+    parser = Parser(prog="./simulate", usage="%(prog)s [OPTION]... [-- UPDATER-ARGUMENT...]", add_help=False,
+                    allow_abbrev=False, description=DESCRIPTION, epilog=EPILOG,
+                    formatter_class=lambda prog: argparse.RawDescriptionHelpFormatter(
+                        prog, max_help_position=27, width=102))
+
+    update = parser.add_argument_group("The update")
+    update.add_argument("--silent", action="store_true", help="unattended run")
+    update.add_argument("--debug", action="store_true", help="debug records in the log")
+    update.add_argument("--archive", type=Path, metavar="FILE",
+                        help="an archive of your own (default: a generated sample of some 40 MB)")
+    update.add_argument("--arm", action="store_true",
+                        help="the real ARM executable, emulated, in an ARM root file system (which the first run "
+                        "makes, in some minutes); the screens lack background and icons")
+    update.add_argument("--effects", action="store_true",
+                        help="with --arm: complete screens, which take several times as long")
+
+    made = parser.add_argument_group("The instrument, when it is made")
+    made.add_argument("--running-version", metavar="V", default="3.4.0", help="of the system in use (%(default)s)")
+    made.add_argument("--board-version", metavar="V", default="2.06", help="of the board's firmware (%(default)s)")
+    made.add_argument("--partition-size", type=mebibytes, metavar="MIB",
+                      help="of both system partitions (512, or what the archive needs and some room)")
+
+    instrument = parser.add_argument_group("The instrument")
+    instrument.add_argument("--keep", type=Path, metavar="DIR",
+                            help="keeps the instrument, logs and pictures in DIR; a later run with this DIR goes on "
+                            "with it (default: a new one in build/simulator/last)")
+    instrument.add_argument("--board", choices=("absent", "connected"), default="connected",
+                            metavar="STATE", help="the measurement board: absent or connected (%(default)s)")
+    instrument.add_argument("--board-result", type=int, metavar="CODE", default=0,
+                            help="what flashing ends with, for example 58 (0: success)")
+    instrument.add_argument("--language", type=int, metavar="N", default=1,
+                            help="language number of the settings, 1 to 12 (1: English)")
+    instrument.add_argument("--fail", type=command_and_number, action="append", default=[], metavar="NAME[:N]",
+                            help="the command NAME fails from its N-th call on, for example tar:2")
+    instrument.add_argument("--delay", type=command_and_number, action="append", default=[], metavar="NAME[:N]",
+                            help="the command NAME takes N seconds longer, for example gzip:2")
+
+    operator = parser.add_argument_group("The operator (virtual screen)")
+    operator.add_argument("--answer", choices=("yes", "no"), default="yes", metavar="yes|no",
+                          help="to the question (%(default)s)")
+    operator.add_argument("--signal", type=signal_at_moment, metavar="NAME@MOMENT",
+                          help="sends the updater a signal when a screen comes (TERM@confirm), or when it starts a "
+                          'command that begins like this: "INT@tar xvzf"')
+    operator.add_argument("--size", type=screen_size, metavar="WxH", default=(800, 480),
+                          help="of the screen (800x480)")
+    operator.add_argument("--virtual", action="store_true",
+                          help="a virtual screen even where $DISPLAY names one")
+
+    other = parser.add_argument_group("Other")
+    other.add_argument("--build", type=Path, metavar="DIR",
+                       help="a build folder to use as it is, without setting up and building")
+    other.add_argument("--program", metavar="NAME",
+                       help=f"the executable in it ({NATIVE_PROGRAM}, with --arm {ARM_PROGRAM})")
+    other.add_argument("-h", "--help", action="help", help="this text")
+    return parser
+
+
+def parse(arguments):
+    """The options; those behind "--" as updater_arguments, None when there is no "--"."""
+    parser = make_parser()
+    own, updater = arguments, None
+    if "--" in arguments:
+        at = arguments.index("--")
+        own, updater = arguments[:at], arguments[at + 1:]
+    options = parser.parse_args(own)
+    options.updater_arguments = updater
+    options.program = options.program or (ARM_PROGRAM if options.arm else NATIVE_PROGRAM)
+    if options.effects and not options.arm:
+        parser.error("--effects goes with --arm only; other builds draw them always")
+    if options.archive and not options.archive.is_file():
+        parser.error(f"there is no archive {options.archive}")
+    return options
+
+
+def main():
+    """Sets up, builds, simulates; returns the exit status."""
+    options = parse(sys.argv[1:])
+    try:
+        require_devices()
+        folder = options.build.absolute() if options.build else make(options.arm)
+        from .simulation import simulate  # What it imports may have been installed only now.
+        return simulate(options, folder)
+    except NotPossible as error:
+        print(f"simulate: {error}", file=sys.stderr)
+        return NOT_POSSIBLE
+    except (OSError, subprocess.SubprocessError) as error:
+        print(f"simulate: {error}", file=sys.stderr)
+        return OWN_FAILURE

@@ -1,0 +1,134 @@
+"""One update as ./simulate makes it: the instrument, its screen, the operator before it, the report."""
+
+import fcntl
+import os
+import shutil
+import time
+from pathlib import Path
+
+from . import SOURCES, archive, report
+from .build import Build
+from .card import MIB
+from .instrument import Instrument, Settings
+from .namespaces import run_isolated
+from .operator import SCREENS, Operator
+from .run import on_screen, qml_faults, updater
+from .screen import Screen
+from .watcher import Watcher
+
+AUTHORITY = "/opt/simulator/Xauthority"
+ROOM = 128 * MIB
+
+
+def simulate(options, build_folder):
+    """Prepares a run and makes it; returns the exit status."""
+    build = (Build.arm(build_folder, options.program, options.effects) if options.arm
+             else Build(build_folder, options.program))
+    build.check()
+    folder, _lock = open_folder(options.keep)
+    file = options.archive.absolute() if options.archive else archive.sample(build)
+    settings = settings_of(options, archive.unpacked_bytes(file) if options.archive else 0)
+    return run_isolated(lambda: run(options, build, settings, folder, file))
+
+
+def open_folder(kept):
+    """The folder of the instrument, locked for this run; a new instrument unless it is kept."""
+    folder = (kept or SOURCES / "build" / "simulator" / "last").absolute()
+    folder.mkdir(parents=True, exist_ok=True)
+    if any(folder.iterdir()) and not (folder / "lock").exists():
+        raise OSError(f"{folder} holds something else than a simulated instrument")
+    lock = open(folder / "lock", "w")
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        raise OSError(f"another simulation is using {folder}; give this one a folder with --keep") from None
+    stale = ("log", "pictures") if kept else [path.name for path in folder.iterdir() if path.name != "lock"]
+    for name in stale:
+        shutil.rmtree(folder / name, ignore_errors=True)
+        (folder / name).unlink(missing_ok=True)
+    return folder, lock
+
+
+def settings_of(options, unpacked):
+    """The settings that the options ask for, with partitions that an archive of that size fits into."""
+    wanted = max(Settings.partition_bytes, unpacked + unpacked // 8 + ROOM)
+    return Settings(
+        options.running_version, options.board_version,
+        options.partition_size * MIB if options.partition_size else wanted // MIB * MIB,
+        language=options.language, board_connected=options.board == "connected", board_result=options.board_result,
+        failures=dict(options.fail), delays=dict(options.delay),
+        signal_at=options.signal if options.signal and options.signal[1] not in SCREENS else None)
+
+
+def run(options, build, settings, folder, file):
+    """One run, inside the namespaces; returns the updater's exit status."""
+    instrument = Instrument(folder, build, settings)
+    warn_of_small_card(instrument, options)
+    before = report.state(instrument)
+    with instrument:
+        path = instrument.plug_in(file)
+        arguments = ["-u", path] if options.updater_arguments is None else options.updater_arguments
+        arguments += ["--debug"] * options.debug + ["--silent"] * options.silent
+        findings = operate(instrument, arguments, options)
+        findings["mounted"] = instrument.mounted_partition()
+        findings["remarks"] += remarks(instrument)
+    findings |= {"before": before, "after": report.state(instrument)}
+    report.write(findings, folder)
+    return findings["exit_status"]
+
+
+def warn_of_small_card(instrument, options):
+    """Says it when the card of a kept instrument has not the size that this run wants."""
+    there, wanted = instrument.card.partition_bytes, instrument.settings.partition_bytes
+    if there < wanted and not options.partition_size:
+        print(f"the archive may not fit: with room to spare it wants partitions of {wanted // MIB} MiB, "
+              f"those of the kept instrument have {there // MIB} MiB", flush=True)
+    elif options.partition_size and there != wanted:
+        print(f"the kept instrument's partitions stay at {there // MIB} MiB", flush=True)
+
+
+def operate(instrument, arguments, options):
+    """Runs the updater until it ends by itself, on this display or before an operator; returns findings."""
+    moment = options.signal[1] if options.signal else None
+    if os.environ.get("DISPLAY") and not options.virtual:
+        if moment in SCREENS:
+            raise OSError("screens are recognised on the virtual screen only: add --virtual")
+        with updater(instrument, arguments, this_display(instrument)) as running:
+            return ended(running, time.monotonic())
+    pictures = instrument.folder / "pictures"
+    pictures.mkdir()
+    with Screen(*options.size) as screen, Watcher(screen) as watcher:
+        started = time.monotonic()
+        with on_screen(instrument, screen, arguments) as running:
+            send = {moment: lambda: running.process.send_signal(options.signal[0])} if moment in SCREENS else {}
+            with Operator(watcher, pictures, options.answer, hooks=send) as operator:
+                findings = ended(running, started)
+    findings["screens"] = [vars(passed) for passed in operator.passed]
+    findings["remarks"] += operator.remarks
+    return findings
+
+
+def ended(running, started):
+    status = running.wait(timeout=None)
+    faults = [f"the QML engine complained: {line}" for line in qml_faults(running.output())]
+    return {"exit_status": status, "seconds": round(time.monotonic() - started, 1), "screens": [], "remarks": faults}
+
+
+def remarks(instrument):
+    """What is worth saying of an instrument at the end of a run."""
+    full = instrument.full_partition()
+    if not full:
+        return []
+    return [f"the partition {full} is full: it has {instrument.card.partition_bytes // MIB} MiB "
+            "(--partition-size makes a new instrument's larger)"]
+
+
+def this_display(instrument):
+    """The environment for a window on the display that this program was started on."""
+    instrument.root.share_displays()
+    environment = {"DISPLAY": os.environ["DISPLAY"], "QT_QPA_PLATFORM": "xcb", "LIBGL_ALWAYS_SOFTWARE": "1"}
+    authority = Path(os.environ.get("XAUTHORITY", Path.home() / ".Xauthority"))
+    if authority.is_file():
+        instrument.root.bind(authority, AUTHORITY, "ro")
+        environment["XAUTHORITY"] = AUTHORITY
+    return environment
