@@ -113,16 +113,26 @@ class Screen:
             self.panel.press(*points)
             time.sleep(0.1)
 
-    def key(self, *names, hold=0.0):
-        """Presses keys by their X names (Return, Right, h, H), and releases each after `hold` seconds."""
-        self._require_window()
+    def key(self, *names):
+        """Presses and releases keys by their X names (Return, Right, h, H)."""
         for name in names:
-            with self._in_use:
-                code, level = next(iter(self._x.keysym_to_keycodes(XK.string_to_keysym(name))))
-                shift = [self._x.keysym_to_keycode(XK.XK_Shift_L)] * (level % 2)
-            self._fake(X.KeyPress, *shift, code)
-            time.sleep(hold)
-            self._fake(X.KeyRelease, code, *shift)
+            self.key_down(name)
+            self.key_up(name)
+
+    def key_down(self, name):
+        """Presses a key; held, it repeats itself as any key does."""
+        self._require_window()
+        self._fake(X.KeyPress, *self._codes(name))
+
+    def key_up(self, name):
+        """Releases a key."""
+        self._fake(X.KeyRelease, *reversed(self._codes(name)))
+
+    def _codes(self, name):
+        """The key's code, behind that of the shift key for a letter that needs it."""
+        with self._in_use:
+            code, level = next(iter(self._x.keysym_to_keycodes(XK.string_to_keysym(name))))
+            return [self._x.keysym_to_keycode(XK.XK_Shift_L)] * (level % 2) + [code]
 
     def move(self, x, y):
         """Moves the mouse to the pixel (x, y)."""
