@@ -1,0 +1,193 @@
+"""Brings the real program's screens about and takes pictures of them: tools/make-gallery.
+
+Without options it brings the pictures of the README up to date: docs/images/*.png. One that shows the same
+as before stays as it is. With --languages it writes FOLDER/<locale>.png for each language instead: what is
+written on each of its screens, two in a row. Two errors are missing, which cannot be brought about: that
+the back end is not reached, and that the board's firmware file vanishes.
+"""
+
+import argparse
+import itertools
+import sys
+import time
+from collections.abc import Callable
+from concurrent.futures import ThreadPoolExecutor
+from dataclasses import dataclass, replace
+from pathlib import Path
+
+from PIL import Image
+
+from . import SOURCES
+from .build import NOT_POSSIBLE, Build, NotPossible, require_screen
+from .namespaces import run_isolated
+from .run import ARCHIVE, CORRUPT_ARCHIVE, MISSING_ARCHIVE, UNNAMED_ARCHIVE, run_updater
+from .instrument import Settings
+from .screen import SMALLEST
+from .view import View, differing, without_bar
+from .viewer import LOCALES
+from .watcher import Shot
+
+REACTION_SECONDS = 0.3
+PATIENCE_SECONDS = 60
+IMAGES = SOURCES / "docs" / "images"
+SAME_PIXELS = 50  # and fewer differ between two pictures of the same screen
+WRITTEN_PARTS = ((130, 264), (432, 480))
+SHEET_COLUMNS = 2
+WORKERS = 2
+
+
+@dataclass(frozen=True)
+class Step:
+    """A screen to wait for, the name of its picture if there is to be one, and what is touched then."""
+
+    shows: Callable[[View], bool]
+    picture: str | None = None
+    touch: str | None = None
+
+
+@dataclass(frozen=True)
+class Scene:
+    """One run of the updater: the instrument, the arguments, and the operator's steps up to its end."""
+
+    steps: tuple
+    settings: Settings = Settings(initialize_ms=600)
+    arguments: tuple = ("-u", ARCHIVE)
+
+
+@dataclass(frozen=True)
+class Taken:
+    """What came of a scene: its pictures by name, all that was on the screen, the updater's end."""
+
+    pictures: dict[str, Image.Image]
+    shots: list[Shot]
+    exit_status: int
+    output: str
+
+
+def is_leaving(view):
+    return view.bar == "busy" and not view.button
+
+
+YES = Step(lambda view: view.focus == "yes", touch="yes")
+ERROR = Step(lambda view: view.focus == "button", "error", touch="button")
+LEAVING = Step(is_leaving, "rebooting")
+UNDERWAY = {"gzip": 1, "sed": 3}  # While sed waits, the bar fills.
+
+SCENES = {
+    "update": Scene((
+        Step(lambda view: view.bar == "busy", "welcome"),
+        replace(YES, picture="confirm"),
+        Step(lambda view: view.bar == "busy" and not view.pair, "checking"),
+        Step(lambda view: view.fill > 0.48, "installing"),
+        replace(ERROR, picture="final"),
+        LEAVING), Settings(initialize_ms=600, delays=UNDERWAY, page_ms=2)),
+    "no": Scene((
+        Step(lambda view: view.focus == "yes", "unknown", touch="no"),
+        Step(is_leaving, "cancelling")), arguments=("-u", UNNAMED_ARCHIVE)),
+    "no archive": Scene((ERROR, LEAVING), arguments=()),
+    "no library": Scene((ERROR, LEAVING), Settings(initialize_result=5)),
+    "missing": Scene((YES, ERROR, LEAVING), arguments=("-u", MISSING_ARCHIVE)),
+    "corrupt": Scene((YES, ERROR, LEAVING), arguments=("-u", CORRUPT_ARCHIVE)),
+    "failed": Scene((YES, ERROR, LEAVING), Settings(failures={"umount": 1})),
+    "board": Scene((YES, ERROR, LEAVING), Settings(board_result=58, page_ms=2)),
+}
+
+# The pictures of the README, and the scenes that they come from.
+KEPT = {"welcome": "update", "confirm": "update", "checking": "update", "installing": "update", "final": "update",
+        "error": "corrupt"}
+
+
+def take(scene, build, language=1, size=SMALLEST):
+    """Runs the updater through a scene, given itself or by its name; returns what was Taken."""
+    scene = SCENES.get(scene, scene)
+    pictures = {}
+    with run_updater(scene.arguments, replace(scene.settings, language=language), build=build, size=size) as run:
+        for step in scene.steps:
+            shot = run.watcher.wait_for(step.shows, PATIENCE_SECONDS)
+            if step.picture:
+                pictures[step.picture] = shot.picture
+            if step.touch:
+                time.sleep(REACTION_SECONDS)
+                run.screen.press(step.touch)
+        status = run.wait(PATIENCE_SECONDS)
+        run.watcher.stop()
+        return Taken(pictures, run.watcher.shots, status, run.output())
+
+
+def small(picture):
+    """A picture with a palette: half of it are greys, the other half the most frequent colours."""
+    frequent = sorted(picture.getcolors(picture.width * picture.height), reverse=True)
+    colours = [colour for _, colour in frequent if max(colour) - min(colour) > 8][:128]
+    palette = Image.new("P", (1, 1))
+    palette.putpalette([*(level for grey in range(128) for level in [2 * grey] * 3), *itertools.chain(*colours)])
+    return picture.quantize(palette=palette, dither=Image.Dither.NONE)
+
+
+def unlike_kept(name, picture, tolerance=8):
+    """How many pixels of a picture differ from the README's picture of that name, wherever the bar is."""
+    kept = Image.open(IMAGES / f"{name}.png").convert("RGB")
+    return differing(without_bar(small(picture).convert("RGB")), without_bar(kept), tolerance)
+
+
+def sheet(pictures):
+    """One picture of the written parts of many, which have the same size."""
+    width, height = pictures[0].width, sum(end - top for top, end in WRITTEN_PARTS)
+    made = Image.new("RGB", (SHEET_COLUMNS * width, -(-len(pictures) // SHEET_COLUMNS) * height))
+    for number, picture in enumerate(pictures):
+        row, column = divmod(number, SHEET_COLUMNS)
+        below = row * height
+        for top, end in WRITTEN_PARTS:
+            made.paste(picture.crop((0, top, width, end)), (column * width, below))
+            below += end - top
+    return made
+
+
+def save(picture, path):
+    small(picture).save(path, optimize=True)
+    print(f"{path}  {path.stat().st_size / 1024:.0f} KB", flush=True)
+
+
+def make_gallery(build):
+    taken = {scene: take(scene, build).pictures for scene in set(KEPT.values())}
+    for name, scene in KEPT.items():
+        path, picture = IMAGES / f"{name}.png", taken[scene][name]
+        if path.exists() and unlike_kept(name, picture) <= SAME_PIXELS:
+            print(f"{path}  as before")
+        else:
+            save(picture, path)
+
+
+def make_sheets(build, locales, folder):
+    folder.mkdir(parents=True, exist_ok=True)
+
+    def make(locale):
+        language = LOCALES.index(locale) + 1
+        pictures = [picture for scene in SCENES for name, picture in take(scene, build, language).pictures.items()
+                    if scene in ("update", "no") or name == "error"]
+        save(sheet(pictures), folder / f"{locale}.png")
+
+    with ThreadPoolExecutor(WORKERS) as workers:
+        list(workers.map(make, locales))
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="tools/make-gallery", description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--languages", type=Path, metavar="FOLDER")
+    parser.add_argument("--only", metavar="LOCALE,...", help="only the sheets of these languages")
+    parser.add_argument("--build", type=Path, default=SOURCES / "build" / "dev", help="the build folder (build/dev)")
+    options = parser.parse_args()
+    build = Build(options.build.absolute())
+    locales = options.only.split(",") if options.only else LOCALES
+    try:
+        require_screen()
+        build.check()
+    except (NotPossible, OSError) as error:
+        print(f"make-gallery: {error}", file=sys.stderr)
+        return NOT_POSSIBLE if isinstance(error, NotPossible) else 1
+    return run_isolated(
+        lambda: (make_sheets(build, locales, options.languages) if options.languages else make_gallery(build)) or 0)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
