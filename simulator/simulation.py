@@ -1,8 +1,10 @@
 """One update as ./simulate makes it: the instrument, its screen, the operator before it, the report."""
 
 import fcntl
+import functools
 import os
 import shutil
+import signal
 import time
 from pathlib import Path
 
@@ -71,7 +73,7 @@ def run(options, build, settings, folder, file):
         arguments += ["--debug"] * options.debug + ["--silent"] * options.silent
         findings = operate(instrument, arguments, options)
         findings["mounted"] = instrument.mounted_partition()
-        findings["remarks"] += remarks(instrument)
+        findings["remarks"] += remarks(instrument, options, [screen["name"] for screen in findings["screens"]])
     findings |= {"before": before, "after": report.state(instrument)}
     report.write(findings, folder)
     return findings["exit_status"]
@@ -89,7 +91,7 @@ def warn_of_small_card(instrument, options):
 
 def operate(instrument, arguments, options):
     """Runs the updater until it ends by itself, on this display or before an operator; returns findings."""
-    moment = options.signal[1] if options.signal else None
+    name, moment = options.signal or ("TERM", None)
     if os.environ.get("DISPLAY") and not options.virtual:
         if moment in SCREENS:
             raise OSError("screens are recognised on the virtual screen only: add --virtual")
@@ -100,8 +102,8 @@ def operate(instrument, arguments, options):
     with Screen(*options.size) as screen, Watcher(screen) as watcher:
         started = time.monotonic()
         with on_screen(instrument, screen, arguments) as running:
-            send = {moment: lambda: running.process.send_signal(options.signal[0])} if moment in SCREENS else {}
-            with Operator(watcher, pictures, options.answer, hooks=send) as operator:
+            send = functools.partial(running.process.send_signal, signal.Signals[f"SIG{name}"])
+            with Operator(watcher, pictures, options.answer, hooks={moment: send}) as operator:
                 findings = ended(running, started)
     findings["screens"] = [vars(passed) for passed in operator.passed]
     findings["remarks"] += operator.remarks
@@ -114,13 +116,16 @@ def ended(running, started):
     return {"exit_status": status, "seconds": round(time.monotonic() - started, 1), "screens": [], "remarks": faults}
 
 
-def remarks(instrument):
+def remarks(instrument, options, screens):
     """What is worth saying of an instrument at the end of a run."""
+    found = []
     full = instrument.full_partition()
-    if not full:
-        return []
-    return [f"the partition {full} is full: it has {instrument.card.partition_bytes // MIB} MiB "
-            "(--partition-size makes a new instrument's larger)"]
+    if full:
+        found.append(f"the partition {full} is full: it has {instrument.card.partition_bytes // MIB} MiB "
+                     "(--partition-size makes a new instrument's larger)")
+    if options.signal and options.signal[1] not in screens and not instrument.signal_sent():
+        found.append(f"the moment of the signal never came: {options.signal[1]}")
+    return found
 
 
 def this_display(instrument):
