@@ -69,7 +69,7 @@ class Operator:
 
     `pictures` is a folder for a picture of each screen as it last stood, `answer` is "yes" or "no".
     `hooks` maps a screen's name to a function that is called, without arguments, when that screen has
-    come and before it is acted on. `patience` is how many seconds nothing may change before that
+    come and before it is acted on; "stopped" is when the operator cannot go on. `patience` is how many seconds nothing may change before that
     becomes a remark. `passed` and `remarks` (plain words on what went wrong) grow meanwhile. The
     watching ends with it.
     """
@@ -102,8 +102,9 @@ class Operator:
                     self._see(shot)
                 self._look_for_standstill()
             self._save()
-        except Exception as error:  # Whatever it was, the run goes on and its report tells.
+        except Exception as error:  # Whatever it was, the report tells.
             self.remarks.append(f"the operator stopped: {error}; {self._state()}")
+            self._hooks.get("stopped", lambda: None)()
 
     def _see(self, shot):
         name = self._recogniser.name(shot.view)

@@ -37,7 +37,8 @@ def open_folder(kept):
     """The folder of the instrument, locked for this run; a new instrument unless it is kept."""
     folder = (kept or SOURCES / "build" / "simulator" / "last").absolute()
     folder.mkdir(parents=True, exist_ok=True)
-    if any(folder.iterdir()) and not (folder / "lock").exists():
+    there = {path.name for path in folder.iterdir()}
+    if there and there.isdisjoint({"lock", "instrument.json"}):
         raise OSError(f"{folder} holds something else than a simulated instrument")
     lock = open(folder / "lock", "w")
     try:
@@ -103,7 +104,8 @@ def operate(instrument, arguments, options):
         started = time.monotonic()
         with on_screen(instrument, screen, arguments) as running:
             send = functools.partial(running.process.send_signal, signal.Signals[f"SIG{name}"])
-            with Operator(watcher, pictures, options.answer, hooks={moment: send}) as operator:
+            hooks = {moment: send, "stopped": running.process.kill}
+            with Operator(watcher, pictures, options.answer, hooks) as operator:
                 findings = ended(running, started)
     findings["screens"] = [vars(passed) for passed in operator.passed]
     findings["remarks"] += operator.remarks
