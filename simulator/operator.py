@@ -5,7 +5,6 @@ import time
 from dataclasses import dataclass
 
 from .screen import ScreenError
-from .touch import TouchError
 
 POLL_SECONDS = 0.1
 REACTION_SECONDS = 0.3
@@ -128,7 +127,7 @@ class Operator:
             return
         try:
             self._watcher.screen.press(control)
-        except (ScreenError, TouchError) as error:
+        except ScreenError as error:
             self.remarks.append(f"the button on '{name}' could not be pressed: {error}")
 
     def _look_for_standstill(self):

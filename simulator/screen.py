@@ -96,7 +96,9 @@ class Screen:
     def touch(self, x, y, hold=0.1):
         """Touches the pixel (x, y) for `hold` seconds."""
         self._require_window()
-        self.panel.touch(x, y, hold)
+        self.panel.press((x, y))
+        time.sleep(hold)
+        self.panel.press()
 
     def press(self, control, hold=0.1):
         """Touches a control: "yes", "no" or "button"."""

@@ -15,18 +15,17 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <string>
 #include <unistd.h>
 
 namespace {
 
-const QStringList textProperties = { QStringLiteral("message"), QStringLiteral("instructionsText"),
-                                     QStringLiteral("buttonText") };
-const QStringList flagProperties = {
-    QStringLiteral("isConfirmationVisible"),
-    QStringLiteral("isButtonVisible"),
-    QStringLiteral("isProgressBarVisible"),
-    QStringLiteral("isProgressBarIndeterminate"),
-};
+const char *const initialValues = R"({
+    "message": "", "instructionsText": "", "buttonText": "",
+    "isConfirmationVisible": false, "isButtonVisible": false,
+    "isProgressBarVisible": false, "isProgressBarIndeterminate": false,
+    "progress": 0.0, "expectedDuration": 0
+})";
 
 /// The translation of the first text of an array, its markers replaced by the others.
 QString translatedText(const QJsonArray &texts)
@@ -38,63 +37,14 @@ QString translatedText(const QJsonArray &texts)
     return text;
 }
 
-/// Takes over the values of one line of input.
-void apply(QQmlPropertyMap *controller, const QByteArray &line)
+void apply(QQmlPropertyMap *controller, const char *json)
 {
-    const QJsonObject values = QJsonDocument::fromJson(line).object();
+    const QJsonObject values = QJsonDocument::fromJson(json).object();
     for (auto value = values.begin(); value != values.end(); ++value) {
         controller->insert(value.key(),
                            value->isArray() ? translatedText(value->toArray())
                                             : value->toVariant());
     }
-}
-
-/// Announces on standard output when what was set before is drawn.
-class DrawnAnnouncer
-{
-public:
-    explicit DrawnAnnouncer(QQuickWindow *window)
-        : m_window(window)
-    {
-        QObject::connect(
-                window, &QQuickWindow::frameSwapped, window, [this] { frameDone(); },
-                Qt::QueuedConnection);
-    }
-
-    void expect()
-    {
-        m_awaited = 2; // the first may have been under way already
-        m_window->update();
-    }
-
-private:
-    void frameDone()
-    {
-        if (m_awaited == 0)
-            return;
-        if (--m_awaited == 0)
-            std::cout << "drawn" << std::endl;
-        m_window->update();
-    }
-
-    QQuickWindow *m_window;
-    int m_awaited = 0;
-};
-
-/// Takes what has arrived on standard input; false at its end.
-bool readInput(QQmlPropertyMap *controller, DrawnAnnouncer *announcer, QByteArray *pending)
-{
-    char chunk[4096];
-    const ssize_t size = read(STDIN_FILENO, chunk, sizeof chunk);
-    if (size <= 0)
-        return false;
-    pending->append(chunk, static_cast<int>(size));
-    for (int end = pending->indexOf('\n'); end >= 0; end = pending->indexOf('\n')) {
-        apply(controller, pending->left(end));
-        pending->remove(0, end + 1);
-        announcer->expect();
-    }
-    return true;
 }
 
 } // namespace
@@ -110,28 +60,36 @@ int main(int argc, char **argv)
     QCoreApplication::installTranslator(&translator);
 
     QQmlPropertyMap controller;
-    for (const QString &name : textProperties)
-        controller.insert(name, QString());
-    for (const QString &name : flagProperties)
-        controller.insert(name, false);
-    controller.insert(QStringLiteral("progress"), 0.0);
-    controller.insert(QStringLiteral("expectedDuration"), 0);
-
+    apply(&controller, initialValues);
     QQmlApplicationEngine engine;
     engine.rootContext()->setContextProperty(QStringLiteral("_appController"), &controller);
     engine.addImportPath(QStringLiteral(":/"));
     engine.load(QUrl(arguments.value(1, QStringLiteral("qrc:/main.qml"))));
-
     auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
     if (!window)
         return EXIT_FAILURE;
-    DrawnAnnouncer announcer(window);
 
-    QByteArray pending;
+    int awaitedFrames = 0;
+    const auto frameDone = [&] {
+        if (awaitedFrames == 0)
+            return;
+        if (--awaitedFrames == 0)
+            std::cout << "drawn" << std::endl;
+        window->update();
+    };
+    QObject::connect(window, &QQuickWindow::frameSwapped, window, frameDone, Qt::QueuedConnection);
+
+    // Whoever writes waits for the answer, so there is never more than one line.
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &input, [&] {
-        if (!readInput(&controller, &announcer, &pending))
+        std::string line;
+        if (!std::getline(std::cin, line)) {
             QCoreApplication::quit();
+            return;
+        }
+        apply(&controller, line.c_str());
+        awaitedFrames = 2; // the first may have been under way already
+        window->update();
     });
     return QGuiApplication::exec();
 }
