@@ -175,11 +175,6 @@ class Instrument:
         device = os.stat(self.root.inside(SYSTEM)).st_dev
         return next((name for name, number in self._devices.items() if number == device), None)
 
-    def full_partition(self):
-        """The partition on /usr/local when nothing goes onto it any more, or None."""
-        room = os.statvfs(self.root.inside(SYSTEM))
-        return self.mounted_partition() if room.f_bfree * room.f_frsize < MIB or room.f_ffree == 0 else None
-
     def signal_sent(self):
         """Whether the signal of the settings has been sent."""
         return self.root.inside(faults.SIGNAL_MARK).exists()

@@ -18,9 +18,13 @@ WITH_PARENT = ("setpriv", "--pdeathsig", "KILL")
 
 @functools.cache
 def enter():
-    """Makes the mounts of this process and its children private; to be called in the main thread."""
+    """Makes the mounts and the shared memory of this process and its children private, for good.
+
+    To be called in the main thread.
+    """
     _unshare(CLONE_NEWNS)
     subprocess.run(["mount", "--make-rprivate", "/"], check=True)
+    subprocess.run(["mount", "-t", "tmpfs", "memory", "/dev/shm"], check=True)
 
 
 def run_isolated(job):

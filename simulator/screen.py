@@ -36,7 +36,7 @@ class Screen:
         self._in_use = threading.Lock()
 
     def __enter__(self):
-        with tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None) as folder:
+        with tempfile.TemporaryDirectory(dir="/dev/shm") as folder:
             self._server, self.display = _start_server(self.width, self.height, folder)
             with open(os.path.join(folder, "Xvfb_screen0"), "rb") as file:
                 self._memory = mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)

@@ -74,7 +74,9 @@ def run(options, build, settings, folder, file):
         arguments += ["--debug"] * options.debug + ["--silent"] * options.silent
         findings = operate(instrument, arguments, options)
         findings["mounted"] = instrument.mounted_partition()
-        findings["remarks"] += remarks(instrument, options, [screen["name"] for screen in findings["screens"]])
+        seen = [screen["name"] for screen in findings["screens"]]
+        if options.signal and options.signal[1] not in seen and not instrument.signal_sent():
+            findings["remarks"].append(f"the moment of the signal never came: {options.signal[1]}")
     findings |= {"before": before, "after": report.state(instrument)}
     report.write(findings, folder)
     return findings["exit_status"]
@@ -113,21 +115,13 @@ def operate(instrument, arguments, options):
 
 
 def ended(running, started):
+    """Findings about a run, as soon as the updater has ended."""
     status = running.wait(timeout=None)
-    faults = [f"the QML engine complained: {line}" for line in qml_faults(running.output())]
-    return {"exit_status": status, "seconds": round(time.monotonic() - started, 1), "screens": [], "remarks": faults}
-
-
-def remarks(instrument, options, screens):
-    """What is worth saying of an instrument at the end of a run."""
-    found = []
-    full = instrument.full_partition()
-    if full:
-        found.append(f"the partition {full} is full: it has {instrument.card.partition_bytes // MIB} MiB "
-                     "(--partition-size makes a new instrument's larger)")
-    if options.signal and options.signal[1] not in screens and not instrument.signal_sent():
-        found.append(f"the moment of the signal never came: {options.signal[1]}")
-    return found
+    remarks = [f"the QML engine complained: {line}" for line in qml_faults(running.output())]
+    if "No space left on device" in running.output():
+        room = running.instrument.card.partition_bytes // MIB
+        remarks.append(f"a partition ran full: each has {room} MiB (--partition-size gives a new instrument more)")
+    return {"exit_status": status, "seconds": round(time.monotonic() - started, 1), "screens": [], "remarks": remarks}
 
 
 def this_display(instrument):
