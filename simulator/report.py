@@ -15,12 +15,16 @@ def write(findings, folder):
     """Keeps the record of a run as report.json in the folder and prints it."""
     (folder / "report.json").write_text(json.dumps(findings, indent=2) + "\n")
     before, after = findings["before"], findings["after"]
+
+    def change(what):
+        return " -> ".join(found[what] or "unknown" for found in (before, after))
+
     lines = [
         ("exit status of the updater", f"{findings['exit_status']} after {findings['seconds']} s"),
-        ("partition in /etc/fstab", f"{before['partition']} -> {after['partition']}"),
-        ("mounted on /usr/local", f"{before['partition']} -> {findings['mounted'] or 'nothing'}"),
-        ("system at the next start", f"{before['version']} -> {after['version']}"),
-        ("board's firmware", f"{before['board']} -> {after['board']}"),
+        ("partition in /etc/fstab", change("partition")),
+        ("mounted on /usr/local", f"{before['partition'] or 'unknown'} -> {findings['mounted'] or 'nothing'}"),
+        ("system at the next start", change("version")),
+        ("board's firmware", change("board")),
     ]
     if findings["screens"]:
         passed = ", ".join(f"{screen['name']} {screen['seconds']:.1f} s" for screen in findings["screens"])
