@@ -23,14 +23,15 @@ from .namespaces import run_isolated
 from .run import ARCHIVE, CORRUPT_ARCHIVE, MISSING_ARCHIVE, UNNAMED_ARCHIVE, run_updater
 from .instrument import Settings
 from .screen import SMALLEST
-from .view import View, differing, without_bar
+from .view import TRACK, View, bar_place, differing, letter
 from .viewer import LOCALES
 from .watcher import Shot
 
 REACTION_SECONDS = 0.3
 PATIENCE_SECONDS = 60
 IMAGES = SOURCES / "docs" / "images"
-SAME_PIXELS = 50  # and fewer differ between two pictures of the same screen
+TOLERANCE = 8
+SAME_PIXELS = 50  # and fewer differ more than that between two pictures of the same screen
 WRITTEN_PARTS = ((130, 264), (432, 480))
 SHEET_COLUMNS = 2
 WORKERS = 2
@@ -123,10 +124,18 @@ def small(picture):
     return picture.quantize(palette=palette, dither=Image.Dither.NONE)
 
 
-def unlike_kept(name, picture, tolerance=8):
-    """How many pixels of a picture differ from the README's picture of that name, wherever the bar is."""
-    kept = Image.open(IMAGES / f"{name}.png").convert("RGB")
-    return differing(without_bar(small(picture).convert("RGB")), without_bar(kept), tolerance)
+def unlike(picture, kept):
+    """How many pixels of a picture differ from one that is kept, wherever its bar stands."""
+    return differing(comparable(small(picture)), comparable(kept), TOLERANCE)
+
+
+def comparable(picture):
+    """A copy in which a bar of the right place and colours is painted over."""
+    copy = picture.convert("RGB")
+    place = bar_place(copy)
+    if "?" not in {letter(colour) for _, colour in copy.crop(place).getcolors(copy.width * copy.height)}:
+        copy.paste(TRACK, place)
+    return copy
 
 
 def sheet(pictures):
@@ -151,7 +160,7 @@ def make_gallery(build):
     taken = {scene: take(scene, build).pictures for scene in set(KEPT.values())}
     for name, scene in KEPT.items():
         path, picture = IMAGES / f"{name}.png", taken[scene][name]
-        if path.exists() and unlike_kept(name, picture) <= SAME_PIXELS:
+        if path.exists() and unlike(picture, Image.open(path)) <= SAME_PIXELS:
             print(f"{path}  as before")
         else:
             save(picture, path)

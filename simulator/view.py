@@ -9,11 +9,9 @@ TRACK = (0xD9, 0xD9, 0xD9)
 FILL = (0x00, 0x94, 0x44)
 FOCUS = (0xFF, 0xFF, 0x00)
 TOLERANCE = 8
-ROUNDING = 12
 NOTICEABLE = 24
 
-BAR_ENDS = (0.2, 0.8)
-BAR_EDGES = (0.47, 0.53)
+BAR = (0.2, 0.475, 0.8, 0.525)  # its left, top, right and bottom edge
 HALF_BAR = 0.05
 BUTTONS = 0.9
 UPPER_TEXT_TOP = 140
@@ -59,17 +57,23 @@ def read(picture):
                 message=_text(picture, middle - TEXT_HEIGHT))
 
 
-def bar_row(picture):
-    """The row of pixels through the middle of the bar's place, one letter each.
+def bar_place(picture):
+    """The left, top, right and bottom edge of the bar, in pixels."""
+    return tuple(round(part * length) for part, length in zip(BAR, picture.size * 2))
 
-    "f" is the fill's colour and that of every other stripe, "t" that of the track, "?" any other.
-    """
-    left, right = (round(end * picture.width) for end in BAR_ENDS)
+
+def bar_row(picture):
+    """The row of pixels through the middle of the bar's place, one letter each (see letter)."""
+    left, _, right, _ = bar_place(picture)
     middle = picture.height // 2
     pixels = list(picture.crop((left, middle, right, middle + 1)).getdata())
-    letters = {colour: "f" if _alike(colour, FILL) else "t" if _alike(colour, TRACK) else "?"
-               for colour in set(pixels)}
+    letters = {colour: letter(colour) for colour in set(pixels)}
     return "".join(letters[colour] for colour in pixels)
+
+
+def letter(colour):
+    """"f" for the colour of the bar's fill and of every other stripe, "t" for its track's, "?" for any other."""
+    return "f" if _alike(colour, FILL) else "t" if _alike(colour, TRACK) else "?"
 
 
 def bar_of(row):
@@ -77,24 +81,6 @@ def bar_of(row):
     if row.count("?") > 0.1 * len(row):
         return None, 0.0
     return ("busy", 0.0) if "tf" in row else ("value", row.count("f") / len(row))
-
-
-def same_texts(one, other):
-    """Whether two pictures agree above the buttons, the bar left aside, save for rounding."""
-    if (bar_of(bar_row(one))[0] is None) != (bar_of(bar_row(other))[0] is None):
-        return False
-    area = (0, 0, one.width, round(BUTTONS * one.height))
-    return differing(*(without_bar(picture).crop(area) for picture in (one, other)), ROUNDING) == 0
-
-
-def without_bar(picture):
-    """A copy in which the rows of the bar are black, if there is one."""
-    if bar_of(bar_row(picture))[0] is None:
-        return picture
-    top, bottom = (round(edge * picture.height) for edge in BAR_EDGES)
-    blank = picture.copy()
-    blank.paste((0, 0, 0), (0, top, picture.width, bottom))
-    return blank
 
 
 def differing(one, other, tolerance=NOTICEABLE):

@@ -10,7 +10,7 @@ from PIL import Image
 from Xlib import X
 from Xlib.ext import damage
 
-from .view import BAR_EDGES, View, bar_of, bar_row, read
+from .view import View, bar_of, bar_place, bar_row, read
 
 POLL_SECONDS = 0.05
 BAR_ROWS_KEPT = 10_000
@@ -90,8 +90,8 @@ class Watcher:
         root.damage_create(damage.DamageReportRawRectangles)
         root.change_attributes(event_mask=X.SubstructureNotifyMask)
         x.sync()
-        self._look()
         self._ready.set()
+        self._look()
         while not self._stopping.is_set():
             if select.select([x], [], [], POLL_SECONDS)[0]:
                 for _ in range(x.pending_events()):
@@ -113,7 +113,7 @@ class Watcher:
         bar, fill = bar_of(row)
         if bar and (not self.bar or self.bar[-1][1] != row):
             self.bar.append((self.changed, row))
-        still = self._without_bar(pixels, bar)
+        still = bar, self._still_part(pixels, bar and bar_place(picture))
         with self._news:
             if still != self._still:
                 self._still, self._now = still, read(picture)
@@ -124,9 +124,9 @@ class Watcher:
                     self.shots[-1].picture, self.shots[-1].view = picture, self._now
             self._news.notify_all()
 
-    def _without_bar(self, pixels, bar):
-        """The bytes of the picture with no more of the bar than its kind."""
-        if bar is None:
+    def _still_part(self, pixels, bar):
+        """The bytes of the picture, without the rows of a bar."""
+        if not bar:
             return pixels
-        top, bottom = (round(edge * self.screen.height) * len(pixels) // self.screen.height for edge in BAR_EDGES)
-        return bar, pixels[:top], pixels[bottom:]
+        top, bottom = (edge * len(pixels) // self.screen.height for edge in bar[1::2])
+        return pixels[:top], pixels[bottom:]
