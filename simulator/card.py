@@ -65,6 +65,12 @@ class Card:
             # It goes with its last user, a mount or this process, whatever ends that.
             subprocess.run(["losetup", "--detach", device], check=True)
 
+    def detach(self):
+        """Lets go of the loop devices, which end with their last mount."""
+        for device in self._devices.values():
+            os.close(device)
+        self._devices = {}
+
     def debugfs(self, partition, request):
         """The answer of debugfs to a request about a partition."""
         place = f"{self.image}?offset={self.region(partition)[0]}"

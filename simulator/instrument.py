@@ -99,13 +99,20 @@ class Instrument:
             self._install_faults()
             self._mount_system()
         except BaseException:
-            self.root.close()
+            self._switch_off()
             raise
         return self
 
     def __exit__(self, *_):
-        shutil.copy(self.root.inside(FSTAB), self.folder / "fstab")
+        try:
+            shutil.copy(self.root.inside(FSTAB), self.folder / "fstab")
+        finally:
+            self._switch_off()
+
+    def _switch_off(self):
         self.root.close()
+        if self.card:
+            self.card.detach()
 
     def _mount_system(self):
         if self.card:
