@@ -1,6 +1,9 @@
 """The instrument's MMC card: an image file with a partition table and two ext4 partitions."""
 
+import errno
+import fcntl
 import os
+import struct
 import subprocess
 
 MIB = 1024 * 1024
@@ -8,6 +11,9 @@ SECTOR = 512
 BEFORE_PARTITIONS = 8 * MIB
 PARTITIONS = ("mmcblk1p3", "mmcblk1p4")
 WHOLE = "mmcblk1"
+
+LOOP_CTL_GET_FREE, LOOP_CONFIGURE = 0x4C82, 0x4C0A
+READ_ONLY, AUTOCLEAR = 1, 4
 
 
 def other_partition(name):
@@ -51,19 +57,28 @@ class Card:
     def attach(self):
         """Attaches loop devices to the card and its partitions; maps their names to device numbers."""
         for name in PARTITIONS:
-            start, size = self.region(name)
-            self._devices[name] = self._attach("--offset", str(start), "--sizelimit", str(size))
-        self._devices[WHOLE] = self._attach("--read-only")
+            self._devices[name] = self._attach(*self.region(name), AUTOCLEAR)
+        self._devices[WHOLE] = self._attach(0, 0, AUTOCLEAR | READ_ONLY)
         return {name: os.fstat(device).st_rdev for name, device in self._devices.items()}
 
-    def _attach(self, *options):
-        device = subprocess.run(["losetup", "--find", "--show", *options, self.image],
-                                check=True, text=True, stdout=subprocess.PIPE).stdout.strip()
-        try:
-            return os.open(device, os.O_RDONLY)
-        finally:
-            # It goes with its last user, a mount or this process, whatever ends that.
-            subprocess.run(["losetup", "--detach", device], check=True)
+    def _attach(self, start, size, flags):
+        """Opens a loop device that goes with its last user, a mount or this process, whatever ends that.
+
+        Not by losetup, which cannot ask for this: what ends it before a second call would leave the device.
+        """
+        with open(self.image, "r+b") as backing, open("/dev/loop-control", "rb") as control:
+            info = struct.pack("=5Q4I64s64s32s2Q", 0, 0, 0, start, size, 0, 0, 0, flags,
+                               os.fsencode(self.image)[-63:], b"", b"", 0, 0)
+            configuration = struct.pack("=2I", backing.fileno(), 0) + info + bytes(64)
+            while True:
+                device = os.open(f"/dev/loop{fcntl.ioctl(control, LOOP_CTL_GET_FREE)}", os.O_RDWR)
+                try:
+                    fcntl.ioctl(device, LOOP_CONFIGURE, configuration)
+                    return device
+                except OSError as error:
+                    os.close(device)
+                    if error.errno != errno.EBUSY:  # somebody else was quicker
+                        raise
 
     def detach(self):
         """Lets go of the loop devices, which end with their last mount."""

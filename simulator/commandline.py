@@ -1,6 +1,7 @@
 """The command line of ./simulate."""
 
 import argparse
+import signal
 import subprocess
 import sys
 from pathlib import Path
@@ -145,6 +146,8 @@ def main():
         folder = options.build.absolute() if options.build else make(options.arm)
         from .simulation import simulate  # What it imports may have been installed only now.
         return simulate(options, folder)
+    except KeyboardInterrupt:
+        return 128 + signal.SIGINT
     except NotPossible as error:
         print(f"simulate: {error}", file=sys.stderr)
         return NOT_POSSIBLE

@@ -9,6 +9,7 @@ import sys
 import traceback
 
 CLONE_NEWNS, CLONE_NEWPID = 0x00020000, 0x20000000
+INTERRUPTIONS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 GRACE_SECONDS = 20
 OWN_FAILURE = 125
 
@@ -34,6 +35,7 @@ def run_isolated(job):
     SIGINT, SIGTERM and SIGHUP end the job in an orderly way; the status is then 128 + the signal.
     """
     _unshare(CLONE_NEWPID)
+    signal.pthread_sigmask(signal.SIG_BLOCK, INTERRUPTIONS)  # until somebody takes them
     child = os.fork()
     if child == 0:
         os._exit(_first_process(job))
@@ -58,6 +60,7 @@ def _first_process(job):
         os.setsid()
         signal.signal(signal.SIGINT, signal.SIG_IGN)
         signal.signal(signal.SIGTERM, lambda *_: sys.exit(OWN_FAILURE))
+        signal.pthread_sigmask(signal.SIG_UNBLOCK, INTERRUPTIONS)
         enter()
         subprocess.run(["mount", "-t", "proc", "proc", "/proc"], check=True)
         status = job()
@@ -80,9 +83,10 @@ def _supervise(child):
         os.kill(child, signal.SIGTERM)
         signal.alarm(GRACE_SECONDS)
 
-    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+    for number in INTERRUPTIONS:
         signal.signal(number, forward)
     signal.signal(signal.SIGALRM, lambda *_: os.kill(child, signal.SIGKILL))
+    signal.pthread_sigmask(signal.SIG_UNBLOCK, INTERRUPTIONS)
     status = os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
     signal.alarm(0)
     return 128 + interruption[0] if interruption else status

@@ -5,6 +5,7 @@ import functools
 import os
 import shutil
 import signal
+import sys
 import time
 from pathlib import Path
 
@@ -29,8 +30,7 @@ def simulate(options, build_folder):
     build.check()
     folder, _lock = open_folder(options.keep)
     file = options.archive.absolute() if options.archive else archive.sample(build)
-    settings = settings_of(options, archive.unpacked_bytes(file) if options.archive else 0)
-    return run_isolated(lambda: run(options, build, settings, folder, file))
+    return run_isolated(lambda: run(options, build, folder, file))
 
 
 def open_folder(kept):
@@ -63,10 +63,11 @@ def settings_of(options, unpacked):
         signal_at=options.signal if options.signal and options.signal[1] not in SCREENS else None)
 
 
-def run(options, build, settings, folder, file):
+def run(options, build, folder, file):
     """One run, inside the namespaces; returns the updater's exit status."""
-    instrument = Instrument(folder, build, settings)
-    warn_of_small_card(instrument, options)
+    unpacked = archive.unpacked_bytes(file) if options.archive else 0
+    instrument = Instrument(folder, build, settings_of(options, unpacked))
+    warn_of_small_card(instrument, options.partition_size, unpacked)
     before = report.state(instrument)
     with instrument:
         path = instrument.plug_in(file)
@@ -82,14 +83,14 @@ def run(options, build, settings, folder, file):
     return findings["exit_status"]
 
 
-def warn_of_small_card(instrument, options):
-    """Says it when the card of a kept instrument has not the size that this run wants."""
-    there, wanted = instrument.card.partition_bytes, instrument.settings.partition_bytes
-    if there < wanted and not options.partition_size:
-        print(f"the archive may not fit: with room to spare it wants partitions of {wanted // MIB} MiB, "
-              f"those of the kept instrument have {there // MIB} MiB", flush=True)
-    elif options.partition_size and there != wanted:
-        print(f"the kept instrument's partitions stay at {there // MIB} MiB", flush=True)
+def warn_of_small_card(instrument, wanted_mib, unpacked):
+    """Says it when the card of a kept instrument is smaller than what this run wants of it."""
+    there = instrument.card.partition_bytes // MIB
+    if wanted_mib and there != wanted_mib:
+        print(f"the kept instrument's partitions stay at {there} MiB")
+    if unpacked // MIB > there:
+        print(f"the archive may not fit: it takes up to {unpacked // MIB} MiB, and the partitions have {there} MiB")
+    sys.stdout.flush()
 
 
 def operate(instrument, arguments, options):

@@ -1,6 +1,7 @@
 """Watches a screen: every still picture of a run, and the moving bar with the time."""
 
 import collections
+import contextlib
 import select
 import threading
 import time
@@ -8,6 +9,7 @@ from dataclasses import dataclass, replace
 
 from PIL import Image
 from Xlib import X
+from Xlib.error import ConnectionClosedError
 from Xlib.ext import damage
 
 from .view import View, bar_of, bar_place, bar_row, read
@@ -84,7 +86,10 @@ class Watcher:
         return [name for at, name in enumerate(names) if at == 0 or name != names[at - 1]]
 
     def _watch(self):
-        x = self.screen.connect()
+        with contextlib.suppress(ConnectionClosedError):  # The screen may go first.
+            self._follow(self.screen.connect())
+
+    def _follow(self, x):
         root = x.screen().root
         x.damage_query_version()
         root.damage_create(damage.DamageReportRawRectangles)
