@@ -1,117 +1,106 @@
-"""Makes the Debian package of a build and looks at it; installs and starts the one for ARM."""
+"""Makes the Debian package of a build, looks at it and starts it; on ARM installed into a root of its own."""
 
 import fcntl
 import os
 import re
+import shutil
 import signal
 import subprocess
-import sys
-import tempfile
-import unittest
 from pathlib import Path
 
-HERE = Path(__file__).resolve().parent
-ARM_ROOT = HERE.parents[1] / "tools" / "arm-root"
-BUILD = Path(os.environ.get("VRK_BUILD", HERE.parents[1] / "build" / "dev"))
-NOT_POSSIBLE = 77
+import pytest
+from simulator import SOURCES, namespaces
+from simulator.rootfs import RootFileSystem
+
+pytestmark = pytest.mark.arm
 LOCALES = "de en es fr id ko pt ru uk vi zh_CN zh_TW".split()
-INSTALLED = {
+FILES = {
     "bin/vrk-updater": "-rwxr-xr-x", "bin/vrk-updater-launch": "-rwxr-xr-x",
     "lib/systemd/system/vrk-updater.service": "-rw-r--r--",
     **{f"share/zentar/translations/vrk-updater_{locale}.qm": "-rw-r--r--" for locale in LOCALES},
 }
+DEPENDS = {"libc6", "libqt5core5a", "libqt5gui5", "libqt5qml5", "libstdc++6", "mount",
+           "qml-module-qtquick-controls2", "qml-module-qtgraphicaleffects"}
+KINDS = {"armhf": "ELF 32-bit LSB pie executable, ARM", "amd64": "x86-64"}
+OFFSCREEN = {"QT_QPA_PLATFORM": "offscreen", "QT_QUICK_BACKEND": "software", "XDG_RUNTIME_DIR": "/run"}
 
 
 def output_of(*command):
     return subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE).stdout
 
 
-class PackageTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.folder = Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
-        made = subprocess.run(["cpack", "--config", BUILD / "CPackConfig.cmake", "-B", cls.folder / "made"],
-                              text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
-        assert made.returncode == 0, made.stdout
-        cls.package, = (cls.folder / "made").glob("*.deb")
-        subprocess.run(["dpkg-deb", "-x", cls.package, cls.folder / "unpacked"], check=True)
-        cls.architecture = output_of("dpkg-deb", "-f", cls.package, "Architecture").strip()
-        cls.program = cls.folder / "unpacked" / "usr" / "local" / "bin" / "vrk-updater"
-
-    def field(self, name):
-        return output_of("dpkg-deb", "-f", self.package, name).strip()
-
-    def test_files(self):
-        expected = dict(INSTALLED)
-        if self.architecture != "armhf":
-            expected["bin/translations -> ../share/zentar/translations"] = "lrwxrwxrwx"
-        found = {}
-        for line in output_of("dpkg-deb", "-c", self.package).splitlines():
-            mode, owner, _, _, _, name = line.split(None, 5)
-            self.assertEqual(owner, "root/root", line)
-            if not mode.startswith("d"):
-                found[name.removeprefix("./usr/local/")] = mode
-        self.assertEqual(found, expected)
-
-    def test_program_is_of_the_named_architecture_and_stripped(self):
-        kind = output_of("file", "-b", self.program)
-        self.assertIn({"armhf": "ELF 32-bit LSB pie executable, ARM", "amd64": "x86-64"}[self.architecture], kind)
-        self.assertRegex(kind, r"\bstripped")
-        self.assertNotIn("not stripped", kind)
-
-    def test_libraries_and_modules_are_depended_upon(self):
-        depended = {re.split(r"[ |(]", item.strip())[0] for item in self.field("Depends").split(",")}
-        self.assertLessEqual({"libc6", "libqt5core5a", "libqt5gui5", "libqt5qml5", "libstdc++6", "mount",
-                              "qml-module-qtquick-controls2", "qml-module-qtgraphicaleffects"}, depended)
-        self.assertRegex(self.field("Depends"), r"libqt5core5a \(>= 5\.")
-        self.assertFalse({name for name in depended if "virtualkeyboard" in name})
-        self.assertIn("qtvirtualkeyboard-plugin", self.field("Recommends"))
-
-    def test_no_folder_of_the_build_is_searched_for_libraries(self):
-        dynamic = output_of("objdump", "-p", self.program)
-        self.assertIn("libvrk-embedded-api.so", dynamic)
-        self.assertNotRegex(dynamic, "RPATH|RUNPATH")
-
-    def test_unit_starts_the_installed_launcher(self):
-        unit = (self.program.parents[1] / "lib/systemd/system/vrk-updater.service").read_text()
-        start, = re.findall("^ExecStart=(.*)$", unit, re.MULTILINE)
-        self.assertTrue(os.access(f"{self.folder}/unpacked{start}", os.X_OK), start)
-
-    def test_starts(self):
-        status, output = self.start_on_arm() if self.architecture == "armhf" else self.start_here()
-        self.assertEqual(status, 0, output)
-        self.assertIn("Usage: vrk-updater", output)
-        self.assertNotRegex(output, "qrc:|not installed|cannot open shared object")
-
-    def start_here(self):
-        environment = {**os.environ, "LD_LIBRARY_PATH": str(BUILD / "lib"),
-                       "QT_QPA_PLATFORM": "offscreen", "QT_QUICK_BACKEND": "software"}
-        seen = ""
-        with subprocess.Popen([self.program], env=environment, text=True, bufsize=1,
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT) as process:
-            for line in process.stdout:
-                seen += line
-                if "VRK_Status" in line:
-                    process.send_signal(signal.SIGTERM)
-        return process.returncode, seen
-
-    def start_on_arm(self):
-        made = subprocess.run([ARM_ROOT, "--bare"], text=True, stdout=subprocess.PIPE, check=False)
-        if made.returncode == NOT_POSSIBLE:
-            self.skipTest(made.stdout.strip())
-        self.assertEqual(made.returncode, 0, made.stdout)
-        root = Path(output_of(ARM_ROOT, "--bare", "--print").strip())
-        with open(root.parent / "armhf.lock", "w") as lock:  # the packages are shared with tools/arm-root
-            fcntl.flock(lock, fcntl.LOCK_EX)
-            run = subprocess.run(
-                [HERE / "install-in-root", root, root.parent / "armhf-packages", self.package,
-                 BUILD / "lib" / "libvrk-embedded-api.so"],
-                text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
-        return run.returncode, run.stdout
+@pytest.fixture(scope="module")
+def package(build, tmp_path_factory):
+    if not (build / "CPackConfig.cmake").exists():
+        pytest.skip(f"{build} makes no package")
+    folder = tmp_path_factory.mktemp("package")
+    output_of("cpack", "--config", build / "CPackConfig.cmake", "-B", folder)
+    made, = folder.glob("*.deb")
+    output_of("dpkg-deb", "-x", made, folder / "unpacked")
+    return made
 
 
-if __name__ == "__main__":
-    if not (BUILD / "CPackConfig.cmake").exists():
-        print(f"skipped: {BUILD} makes no package")
-        sys.exit(NOT_POSSIBLE)
-    unittest.main()
+def field(package, name):
+    return output_of("dpkg-deb", "-f", package, name).strip()
+
+
+def test_contents(package):
+    """Files, and their permissions; a launcher that the unit starts, and a program without traces of the build."""
+    arm, unpacked = field(package, "Architecture") == "armhf", package.parent / "unpacked"
+    listing = [line.split(None, 5) for line in output_of("dpkg-deb", "-c", package).splitlines()]
+    assert {owner for _, owner, *_ in listing} == {"root/root"}
+    link = {} if arm else {"bin/translations -> ../share/zentar/translations": "lrwxrwxrwx"}
+    assert {name.removeprefix("./usr/local/"): mode for mode, *_, name in listing if mode[0] != "d"} == FILES | link
+    unit = (unpacked / "usr/local/lib/systemd/system/vrk-updater.service").read_text()
+    start, = re.findall("^ExecStart=/(.*)$", unit, re.MULTILINE)
+    assert os.access(unpacked / start, os.X_OK)
+    program = unpacked / "usr/local/bin/vrk-updater"
+    assert re.search(KINDS[field(package, "Architecture")] + r".*(?<!not )\bstripped", output_of("file", "-b", program))
+    assert not re.search("RPATH|RUNPATH", output_of("objdump", "-p", program))
+
+
+def test_dependencies(package):
+    depends = field(package, "Depends")
+    assert {re.split(r"[ |(]", item.strip())[0] for item in depends.split(",")} >= DEPENDS
+    assert re.search(r"libqt5core5a \(>= 5\.", depends) and "virtualkeyboard" not in depends
+    assert "qtvirtualkeyboard-plugin" in field(package, "Recommends")
+
+
+def test_starts(package, build, tmp_path):
+    library = build / "lib/libvrk-embedded-api.so"
+    if field(package, "Architecture") == "armhf":
+        root = root_with(package, library, SOURCES / "tools/arm-root", tmp_path)
+        command, environment = root.command("/usr/local/bin/vrk-updater"), {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
+    else:
+        command = [package.parent / "unpacked/usr/local/bin/vrk-updater"]
+        environment = {**os.environ, "LD_LIBRARY_PATH": str(library.parent)}
+    seen = ""
+    with subprocess.Popen(command, env={**environment, **OFFSCREEN}, text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT) as process:
+        for line in process.stdout:
+            seen += line
+            if "VRK_Status" in line:
+                process.send_signal(signal.SIGTERM)
+    assert process.returncode == 0 and "Usage: vrk-updater" in seen and "VRK_Status" in seen, seen
+    assert not re.search("qrc:|not installed|cannot open shared object", seen), seen
+
+
+def root_with(package, library, arm_root, folder):
+    """A throw-away root file system for ARM with the package and what it depends on."""
+    made = subprocess.run([arm_root, "--bare"], text=True, stdout=subprocess.PIPE, check=False)
+    if made.returncode == 77:
+        pytest.skip(made.stdout.strip())
+    assert made.returncode == 0, made.stdout
+    base = Path(output_of(arm_root, "--bare", "--print").strip())
+    namespaces.enter()
+    root = RootFileSystem(folder, base)
+    root.bind(base.parent / "armhf-packages", "/var/cache/apt/archives")
+    for source, place in ((package, "/tmp/vrk-updater.deb"), (library, "/usr/lib"), ("/etc/resolv.conf", "/etc")):
+        shutil.copy(source, root.inside(place))
+    with open(base.parent / "armhf.lock", "w", encoding="ascii") as lock:  # tools/arm-root shares the packages
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        for command in ("update", "install -y --no-install-recommends -o DPkg::Options::=--force-unsafe-io"
+                        " /tmp/vrk-updater.deb"):
+            subprocess.run(root.command("env", "DEBIAN_FRONTEND=noninteractive", "apt-get", "-qq", *command.split()),
+                           check=True)
+    return root

@@ -1,149 +1,98 @@
-"""Touch, mouse and keys from outside, and what they must not do."""
+"""What the operator does from outside, by touch, mouse and keys, and what comes of it: a row for each."""
 
 import time
-import unittest
 
-import stage
-from film import Film
-from stage import SILENT, Play, on_stage
+import pytest
+from simulator.instrument import Settings
+from simulator.run import ARCHIVE, run_updater
 
-YES, NO, BUTTON, NOWHERE = (200, 456), (600, 456), (400, 456), (400, 60)
-HOLD_SECONDS = 1.2  # a click ends at 0.8
-REACTION_SECONDS = 0.3
+YES, NO, NOWHERE, CORNER = (200, 456), (600, 456), (400, 60), (20, 470)
+LONG = 1.2  # seconds; a click ends at 0.8
 QUIET_SECONDS = 0.7
-SLOW_CHECK = {"gzip": 2}
 NO_ARCHIVE = ()
 
-
-class InputTest(unittest.TestCase):
-
-    def play(self, play):
-        """Starts the updater and films it; the screen has the focus and shows the first text."""
-        self.running = self.enterContext(on_stage(play))
-        self.screen = self.running.screen
-        self.film = self.enterContext(Film(self.screen))
-        self.film.wait_for(lambda view: view.message)
-        self.screen.give_focus()
-
-    def wait_for(self, **wanted):
-        shot = self.film.wait_for(lambda view: all(getattr(view, name) == value
-                                                   for name, value in wanted.items()))
-        time.sleep(REACTION_SECONDS)
-        return shot
-
-    def assert_nothing_happens(self, action, *arguments, **options):
-        """The picture is the same before and a while after."""
-        before = len(self.film.shots)
-        action(*arguments, **options)
-        time.sleep(QUIET_SECONDS)
-        self.assertEqual(self.film.states()[-3:] if len(self.film.shots) > before else [], [])
-        self.assertIsNone(self.running.process.poll())
-
-    def assert_leaves(self):
-        self.assertEqual(self.running.exit_status(), 0)
-        time.sleep(REACTION_SECONDS)
-        self.assertEqual(self.film.shots[-1].view.bar, "busy")
-
-    def started(self):
-        """How often the installation was started."""
-        return self.running.output().count("Unpacking prepare setup script")
-
-    def test_ways_to_say_no(self):
-        ways = {"touch": lambda: self.screen.touch(*NO), "mouse": lambda: self.screen.click(*NO),
-                "keys": lambda: (self.screen.key("Right"), self.wait_for(focus="no"),
-                                 self.screen.key("Return"))}
-        for name, answer in ways.items():
-            with self.subTest(name):
-                self.play(Play())
-                self.wait_for(focus="yes")
-                answer()
-                self.assert_leaves()
-                self.doCleanups()
-
-    def test_ways_to_say_yes(self):
-        ways = {"mouse": lambda: self.screen.click(*YES),
-                "keys": lambda: (self.screen.key("Right", "Left"), self.wait_for(focus="yes"),
-                                 self.screen.key("Return"))}
-        for name, answer in ways.items():
-            with self.subTest(name):
-                self.play(Play(delays=SLOW_CHECK))
-                self.wait_for(focus="yes")
-                answer()
-                self.wait_for(bar="busy", pair=False)
-                self.doCleanups()
-
-    def test_ways_to_press_reboot(self):
-        ways = {"mouse": lambda: self.screen.click(*BUTTON), "keys": lambda: self.screen.key("Return")}
-        for name, press in ways.items():
-            with self.subTest(name):
-                self.play(Play(NO_ARCHIVE))
-                self.wait_for(focus="button")
-                press()
-                self.assert_leaves()
-                self.doCleanups()
-
-    def test_what_does_nothing_at_the_question(self):
-        self.play(Play())
-        self.wait_for(focus="yes")
-        for key in ("h", "l", "H", "L", "Left", "Up", "Down", "KP_Enter", "space", "a"):
-            with self.subTest(key):
-                self.assert_nothing_happens(self.screen.key, key)
-        with self.subTest("long touch"):
-            self.assert_nothing_happens(self.screen.touch, *YES, hold=HOLD_SECONDS)
-        with self.subTest("touch elsewhere"):
-            self.assert_nothing_happens(self.screen.touch, *NOWHERE)
-        with self.subTest("finger that leaves the button"):
-            self.assert_nothing_happens(self.slide, YES, NOWHERE)
-        self.screen.touch(*NO)
-        self.assert_leaves()
-
-    def slide(self, start, end):
-        for point in (start, end):
-            self.screen.panel.press(point)
-            time.sleep(0.1)
-        self.screen.panel.press()
-
-    def test_what_does_nothing_at_the_button(self):
-        self.play(Play(NO_ARCHIVE))
-        self.wait_for(focus="button")
-        for key in ("h", "l", "Up", "Down", "Left", "Right", "KP_Enter"):
-            with self.subTest(key):
-                self.assert_nothing_happens(self.screen.key, key)
-        with self.subTest("long touch"):
-            self.assert_nothing_happens(self.screen.touch, *BUTTON, hold=HOLD_SECONDS)
-        self.screen.touch(20, 470)  # the button is as wide as the window
-        self.assert_leaves()
-
-    def test_keys_before_the_question_do_not_answer_it(self):
-        # A touch may: the pair is on the screen, and the touch waits until the library has started.
-        self.play(Play(initialize_ms=2500))
-        self.screen.key("Return")
-        self.wait_for(focus="yes")
-        self.assert_nothing_happens(lambda: None)
-        self.assertEqual(self.film.states()[-1], "upper, message, pair, focus yes")
-
-    def test_nothing_has_the_focus_without_question_and_button(self):
-        self.play(Play(SILENT, delays={"gzip": 1, "tar": 8}))
-        self.wait_for(bar="value")
-        for key in ("Return", "h", "l", "Right", "Tab"):
-            with self.subTest(key):
-                self.assert_nothing_happens(self.screen.key, key)
-        with self.subTest("touch"):
-            self.assert_nothing_happens(self.screen.touch, *YES)
-
-    def test_a_second_answer_is_none(self):
-        for name, answer in (("keys", lambda: self.screen.key("Return", "Return")),
-                             ("touch", lambda: (self.screen.touch(*YES), self.screen.touch(*NO)))):
-            with self.subTest(name):
-                self.play(Play(delays={"gzip": 1, "tar": 3}))
-                self.wait_for(focus="yes")
-                answer()
-                self.wait_for(bar="value")
-                self.assert_nothing_happens(self.screen.key, "Return")
-                self.assertEqual(self.started(), 1)
-                self.assertNotIn("already running", self.running.output())
-                self.doCleanups()
+# Where a row starts: what the updater is given, and the view to wait for.
+STARTS = {
+    "start": (("-u", ARCHIVE), Settings(delays={"tar": 2}), None),
+    "welcome": (("-u", ARCHIVE), Settings(initialize_ms=1500), {"bar": "busy"}),
+    "welcome to an error": (NO_ARCHIVE, Settings(initialize_ms=1500), {"bar": "busy"}),
+    "question": (("-u", ARCHIVE), Settings(delays={"gzip": 1, "tar": 2}), {"focus": "yes"}),
+    "error": (NO_ARCHIVE, Settings(), {"focus": "button"}),
+    "installing": (("-u", ARCHIVE, "--silent"), Settings(delays={"tar": 4}), {"bar": "value"}),
+}
 
 
-if __name__ == "__main__":
-    stage.main()
+def nothing(run):
+    """The picture stays, and so does the program."""
+    before = len(run.watcher.shots)
+    time.sleep(QUIET_SECONDS)
+    assert len(run.watcher.shots) == before, run.watcher.descriptions()
+    assert run.process.poll() is None
+
+
+def leaves(run):
+    """The program ends with 0, under its last words over the busy bar."""
+    assert run.wait() == 0
+    assert run.watcher.shots[-1].view.bar == "busy", run.watcher.descriptions()
+
+
+def stays_open(run):
+    """The question or the error comes, and nobody has answered it."""
+    run.watcher.wait_for(lambda view: view.focus)
+    nothing(run)
+    assert run.watcher.shots[-1].view.focus
+
+
+def updates_once(run):
+    """The installer starts, once, after the library has told all that it is asked."""
+    run.watcher.wait_for(bar="value")
+    nothing(run)
+    output = run.output()
+    assert [line.split()[0] for line in run.instrument.commands()] == ["gzip", "tar"]
+    assert "already running" not in output and output.index("VRK_Status") < output.index("Unpacking prepare setup script"), output
+
+
+def click_early(seconds):
+    """A click on yes so long after the controller has said that it is there."""
+    def click(run):
+        run.wait_for_output("init with mode")
+        time.sleep(seconds)
+        run.screen.click(*YES)
+    return click
+
+
+def keys(*names):
+    return lambda run: run.screen.key(*names)
+
+
+@pytest.mark.parametrize("start, action, reaction", [pytest.param(*row, id=f"{row[0]}, {name}") for name, row in {
+    "touch on no": ("question", lambda run: run.screen.touch(*NO), leaves),
+    "click on no": ("question", lambda run: run.screen.click(*NO), leaves),
+    "Right, Return": ("question", keys("Right", "Return"), leaves),
+    "click on yes": ("question", lambda run: run.screen.click(*YES), updates_once),
+    "Right, Left, Return": ("question", keys("Right", "Left", "Return"), updates_once),
+    "Return twice": ("question", keys("Return", "Return"), updates_once),
+    "yes and no": ("question", lambda run: (run.screen.touch(*YES), run.screen.touch(*NO)), updates_once),
+    "idle keys": ("question", keys("h", "l", "H", "L", "Left", "Up", "Down", "KP_Enter", "space", "a"), nothing),
+    "long touch": ("question", lambda run: run.screen.touch(*YES, hold=LONG), nothing),
+    "touch elsewhere": ("question", lambda run: run.screen.touch(*NOWHERE), nothing),
+    "finger that leaves": ("question", lambda run: run.screen.slide(YES, NOWHERE), nothing),
+    "touch in the corner": ("error", lambda run: run.screen.touch(*CORNER), leaves),
+    "click": ("error", lambda run: run.screen.click(*CORNER), leaves),
+    "Return": ("error", keys("Return"), leaves),
+    "keys": ("error", keys("h", "l", "Up", "Down", "Left", "Right", "KP_Enter"), nothing),
+    "long touch there": ("error", lambda run: run.screen.touch(*CORNER, hold=LONG), nothing),
+    "early Return": ("welcome", keys("Return"), stays_open),
+    "held Return": ("welcome", lambda run: run.screen.key_down("Return"), stays_open),
+    "Return held": ("welcome to an error", lambda run: run.screen.key_down("Return"), stays_open),
+    **{f"click after {ms} ms": ("start", click_early(ms / 1000), updates_once) for ms in (0, 30, 60, 100)},
+    "any key": ("installing", keys("Return", "h", "l", "Right", "Tab"), nothing),
+    "any touch": ("installing", lambda run: run.screen.touch(*YES), nothing),
+}.items()])
+def test_input(parts, start, action, reaction):
+    arguments, settings, wanted = STARTS[start]
+    with run_updater(arguments, settings, build=parts) as run:
+        if wanted:
+            run.watcher.wait_for(**wanted)
+        action(run)
+        reaction(run)

@@ -1,120 +1,85 @@
-"""The tool that makes update archives: what it packs, and what it refuses."""
+"""The tool that makes update archives: what it packs, refuses and warns of."""
 
-import shutil
+import shlex
 import subprocess
 import tarfile
-import tempfile
-import unittest
-from pathlib import Path
 
-from bench import SOURCES, sample
+import pytest
+from simulator import SOURCES, archive
 
-BIN, FIRMWARE = "usr/local/bin", "usr/local/share/zentar/atmega"
-HEX = ":0100000041BE\n:00000001FF\n"
-
-
-def remove(name):
-    return lambda root: (root / name).unlink()
+SETUP, PREPARE, VERSION = (f"usr/local/{name}" for name in (
+    "bin/zepra-setup.sh", "bin/zepra-prepare-update.sh", "share/zentar/version"))
+FIRMWARE = "usr/local/share/zentar/atmega/ZEPRA_AFW_"
+REFUSED, WARNED, FINE = 1, 0, 0
+BYTE, END = ":0100000041BE", ":00000001FF"
 
 
-def write(name, text="", mode=0o644):
-    def change(root):
-        (root / name).parent.mkdir(parents=True, exist_ok=True)
-        (root / name).write_text(text)
-        (root / name).chmod(mode)
-    return change
+@pytest.fixture
+def make(tmp_path):
+    """Packs a sample system after a shell command was run on it."""
+    def made(change="true", options=""):
+        subprocess.run(["rm", "-rf", tmp_path / "root"], check=True)
+        archive.write_update(tmp_path / "root", "3.5.0", "2.07", ballast_files=0)
+        subprocess.run(change, shell=True, cwd=tmp_path / "root", check=True)
+        finished = subprocess.run([SOURCES / "tools/make-archive", "root", "--version", "3.5.0", *shlex.split(options)],
+                                  cwd=tmp_path, text=True, capture_output=True, check=False)
+        return finished.returncode, finished.stderr, next(tmp_path.rglob("*.gz*"), None)
+    return made
 
 
-REFUSED = {
-    "no setup script": (remove(f"{BIN}/zepra-setup.sh"), "no usr/local/bin/zepra-setup.sh"),
-    "setup script not executable": (lambda root: (root / BIN / "zepra-setup.sh").chmod(0o644), "is not executable"),
-    "setup script without interpreter": (write(f"{BIN}/zepra-setup.sh", "echo", 0o755), 'does not start with "#!"'),
-    "prepare script a folder": (lambda root: swap_for_folder(root / BIN / "zepra-prepare-update.sh"), "no plain file"),
-    "prepare script a dangling link": (lambda root: dangle(root / BIN / "zepra-prepare-update.sh"), "no plain file"),
-    "no firmware": (remove(f"{FIRMWARE}/ZEPRA_AFW_2.07.hex"), "holds no ZEPRA_AFW_<version>.hex"),
-    "firmware with a suffix": (lambda root: (root / FIRMWARE / "ZEPRA_AFW_2.07.hex").rename(
-        root / FIRMWARE / "ZEPRA_AFW_2.07.hex.bak"), "holds no ZEPRA_AFW_<version>.hex"),
-    "a file beside usr": (write("etc/fstab"), "etc"),
-    "a file beside local": (write("usr/bin/tool"), "bin"),
-    "no system at all": (lambda root: shutil.rmtree(root / "usr"), "holds no folder usr/local"),
-}
-
-WARNED = {
-    "no prepare script": (remove(f"{BIN}/zepra-prepare-update.sh"), "no usr/local/bin/zepra-prepare-update.sh"),
-    "setup script without a last sync": (write(f"{BIN}/zepra-setup.sh", "#!/bin/sh\nsync\ntouch /usr/local/a\nexit 0\n",
-                                               0o755), "does not end with sync"),
-    "two firmware files": (write(f"{FIRMWARE}/ZEPRA_AFW_1.0.hex", HEX), "several board firmware files"),
-    "firmware in lower case": (write(f"{FIRMWARE}/zepra_afw_1.0.HEX", HEX), "cuts no version out"),
-    "firmware without version": (write(f"{FIRMWARE}/ZEPRA_AFW_.hex", HEX), "cuts no version out"),
-    "hidden name at the top": (write("usr/local/.profile"), "does not clear hidden names"),
-}
+def test_members(make):
+    status, said, path = make()
+    assert (status, said) == (0, "")
+    with tarfile.open(path) as tar:
+        members = {member.name: member for member in tar.getmembers()}
+    assert list(members) == sorted(members, key=lambda name: name.split("/"))
+    assert {(member.uid, member.gid, member.uname) for member in members.values()} == {(0, 0, "root")}
+    odd = {*archive.ODD_NAMES, "empty folder", "link", "dangling link"}
+    assert set(members) > {SETUP, PREPARE} | {f"usr/local/share/zentar/odd/{name}" for name in odd}
+    assert all(name.startswith("usr/local/") for name in members)
+    first = path.read_bytes()
+    assert make()[2].read_bytes() == first
 
 
-def swap_for_folder(path):
-    path.unlink()
-    path.mkdir()
+def firmware(*lines):
+    return f"printf '%s\\n' {' '.join(lines)} >{FIRMWARE}2.07.hex"
 
 
-def dangle(path):
-    path.unlink()
-    path.symlink_to("/nowhere")
-
-
-class MakeArchiveTest(unittest.TestCase):
-
-    def setUp(self):
-        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
-
-    def make(self, change=lambda root: None, version="3.5.0"):
-        """Packs a changed sample system; returns the finished command and where the archive would be."""
-        root = Path(tempfile.mkdtemp(dir=self.folder))
-        sample.write_update(root, "3.5.0", "2.07", ballast_files=0)
-        change(root)
-        finished = subprocess.run([SOURCES / "tools" / "make-archive", root, "--version", version,
-                                   "--output", self.folder], text=True, capture_output=True, check=False)
-        return finished, self.folder / f"zepra_update_v{version}.tar.gz"
-
-    def test_members(self):
-        finished, archive = self.make()
-        self.assertEqual((finished.returncode, finished.stderr), (0, ""))
-        with tarfile.open(archive) as tar:
-            members = tar.getmembers()
-        names = [member.name for member in members]
-        self.assertIn("usr/local/bin/zepra-prepare-update.sh", names)
-        self.assertFalse([name for name in names if not name.startswith("usr/local/")])
-        self.assertEqual(names, sorted(names, key=lambda name: name.split("/")))
-        self.assertEqual({(member.uid, member.gid, member.uname) for member in members}, {(0, 0, "root")})
-        odd = {Path(name).name for name in names if "/odd/" in name}
-        self.assertLessEqual(set(sample.ODD_NAMES) | {"empty folder", "link", "dangling link"}, odd)
-
-    def test_same_folder_gives_same_bytes(self):
-        first = self.make()[1].read_bytes()
-        self.assertEqual(self.make()[1].read_bytes(), first)
-
-    def test_refusals_name_the_reason_and_leave_no_archive(self):
-        for name, (change, reason) in REFUSED.items():
-            with self.subTest(name):
-                finished, archive = self.make(change)
-                self.assertEqual(finished.returncode, 1)
-                self.assertIn(reason, finished.stderr)
-                self.assertFalse(archive.exists())
-
-    def test_unreadable_versions_are_refused(self):
-        for version in ("", "../3", "3 5", "-3", "3.tar.gz-4"):
-            with self.subTest(version):
-                finished = self.make(version=version)[0]
-                self.assertNotEqual(finished.returncode, 0)
-                self.assertIn("version", finished.stderr)
-
-    def test_warnings_do_not_stop(self):
-        for name, (change, warning) in WARNED.items():
-            with self.subTest(name):
-                finished, archive = self.make(change)
-                self.assertEqual(finished.returncode, 0)
-                self.assertIn("warning: ", finished.stderr)
-                self.assertIn(warning, finished.stderr)
-                archive.unlink()
-
-
-if __name__ == "__main__":
-    unittest.main(verbosity=2)
+@pytest.mark.parametrize("change, options, status, says", [
+    (f"rm {SETUP} {FIRMWARE}*", "", REFUSED, f"no {SETUP} & holds no ZEPRA_AFW_<version>.hex"),
+    (f"chmod -x {SETUP}", "", REFUSED, "is not executable"),
+    (f"echo echo > {SETUP}", "", REFUSED, 'does not start with "#!"'),
+    (f"rm {PREPARE}; mkdir {PREPARE}", "", REFUSED, "no plain file"),
+    (f"ln -sf /nowhere {PREPARE}", "", REFUSED, "no plain file"),
+    (f"mv {FIRMWARE}2.07.hex {FIRMWARE}2.07.hex.bak", "", REFUSED, "holds no ZEPRA_AFW_<version>.hex"),
+    ("mkdir etc; touch etc/fstab", "", REFUSED, "running system: etc"),
+    ("mkdir usr/bin; touch usr/bin/tool", "", REFUSED, "running system: usr/bin"),
+    ("rm -r usr", "", REFUSED, "holds no folder usr/local"),
+    ("true", "--output root/usr", REFUSED, "would lie in root"),
+    *(("true", f"--version={version!r}", REFUSED, "the version") for version in ("", "../3", "3 5", "-3", "3.tar.gz-4")),
+    (firmware(END), "", REFUSED, "holds no data"),
+    (firmware(BYTE), "", REFUSED, "end record is missing"),
+    (firmware(BYTE[:-1] + "F", END), "", REFUSED, "checksum"),
+    (firmware(BYTE, BYTE, END), "", REFUSED, "line 2: a byte is named a second time"),
+    (firmware(":020000040004F6", BYTE, END), "", REFUSED, "beyond the flash of 262144 bytes"),
+    (firmware(BYTE, END, BYTE), "", REFUSED, "something follows the end record"),
+    (firmware(":0100000741B7", END), "", REFUSED, "type is unknown"),
+    (firmware(":0200000041BD", END), "", REFUSED, "length is wrong"),
+    (firmware(":0100000142BC", END), "", REFUSED, "length does not suit"),
+    (firmware(":00", END), "", REFUSED, "too short"),
+    (firmware("x" + BYTE, END), "", REFUSED, "not a colon"),
+    (firmware(":020000023000CC", BYTE, END), "", FINE, ""),
+    (f"rm {PREPARE}", "", WARNED, f"warning: no {PREPARE}"),
+    (f"printf '#!/bin/sh\\nsync\\ntouch /a\\nexit 0\\n' >{SETUP}", "", WARNED, "does not end with sync"),
+    (f"cp {FIRMWARE}2.07.hex {FIRMWARE}1.0.hex", "", WARNED, "several board firmware files"),
+    (f"mv {FIRMWARE}2.07.hex {FIRMWARE.lower()}1.0.HEX", "", WARNED, "cuts no version out"),
+    (f"mv {FIRMWARE}2.07.hex {FIRMWARE}.hex", "", WARNED, "cuts no version out"),
+    (f"mv {FIRMWARE}2.07.hex {FIRMWARE}1.hex.2.hex", "", WARNED, "cuts only 1 out"),
+    (f"rm {VERSION}", "", WARNED, f"no {VERSION}"),
+    ("true", "--version v3.5.0", WARNED, f'a "v" of its own & first line of {VERSION} is not v3.5.0'),
+    ("touch usr/local/.profile", "", WARNED, "does not clear hidden names"),
+])
+def test_checks(make, change, options, status, says):
+    ended, said, path = make(change, options)
+    assert (ended, path is not None) == (status, status != REFUSED), said
+    assert all(words in said for words in says.split(" & ")) and bool(says) == bool(said), said

@@ -1,120 +1,246 @@
-"""Whole updates in the simulated instrument, and what they leave on it."""
+"""Whole updates in the simulated instrument: a row for each run, and what it leaves on real partitions."""
 
-import bench
-import sample
+import contextlib
+import fcntl
+import hashlib
+import json
+import os
+import shlex
+import signal
+import subprocess
+import tarfile
+import time
+from functools import partial
+from pathlib import Path
+from types import SimpleNamespace
 
+import pytest
+from simulator import SOURCES, archive
+from simulator.build import Build, NotPossible, require_devices
+from simulator.card import MIB, PARTITIONS, other_partition
+from simulator.instrument import Instrument, Settings
 
-class Runs(bench.SimulatorTest):
-
-    def assert_ended(self, findings, *, mounted, partition, version, board):
-        self.assertEqual(findings["mounted"], mounted)
-        self.assertEqual(findings["after"]["partition"], partition)
-        self.assertEqual(findings["after"]["version"], version)
-        self.assertEqual(findings["after"]["board"], board)
-
-    def test_silent_success(self):
-        self.simulate("--answer", "no")
-        untouched = self.content_hash("mmcblk1p3")
-        findings = self.simulate("--silent")
-        self.assertEqual(findings["exit_status"], 0)
-        self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.07")
-        self.assertEqual(self.commands(), bench.commands_of_success(f"/media/usb/{self.archive.name}"))
-        self.assertEqual(self.content_hash("mmcblk1p3"), untouched)
-        installed, brought = self.tree("mmcblk1p4"), bench.archive_tree(self.archive)
-        self.assertIn(sample.SETUP_TRACE, installed)
-        del installed[sample.SETUP_TRACE]
-        self.assertEqual(installed, brought)
-        self.assertEqual((self.instrument / "data" / "prepare.log").read_text(), "prepared for 3.5.0\n")
-        self.assertEqual((self.instrument / "data" / "setup.log").read_text(), "set up 3.5.0\n")
-        self.assert_nothing_left()
-
-    def test_second_update_goes_back_without_flashing(self):
-        self.simulate("--silent", "--language", "2")
-        findings = self.simulate("--silent", "--language", "2")
-        self.assertEqual(findings["before"]["partition"], "mmcblk1p4")
-        self.assert_ended(findings, mounted="mmcblk1p3", partition="mmcblk1p3", version="3.5.0", board="2.07")
-        self.assertEqual(self.commands(), bench.commands_of_success(f"/media/usb/{self.archive.name}", "mmcblk1p4"))
-        self.assertIn("Versions are the same, ignoring ATMEGA update", self.log())
-        self.assertNotIn("AtmegaUpdate::setImagePath", self.log())
-        self.assertNotIn("Could not load translations", self.log())
-
-    def test_interactive_success(self):
-        effects = ["--effects"] if bench.ARM else []
-        findings = self.simulate("--language", "2", "--delay", "gzip:2", *effects)
-        self.assertEqual(self.screens(findings), ["welcome", "confirm", "installing", "final"])
-        self.assertIn("checking", [screen["name"] for screen in findings["screens"]])
-        self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.07")
-        self.assertEqual(findings["exit_status"], 0)
-
-    def test_no_to_the_question(self):
-        findings = self.simulate("--answer", "no")
-        self.assertEqual(self.screens(findings), ["welcome", "confirm"])
-        self.assert_ended(findings, mounted="mmcblk1p3", partition="mmcblk1p3", version="3.4.0", board="2.06")
-        self.assertEqual(self.commands(), [])
-
-    def test_same_board_version(self):
-        findings = self.simulate("--silent", "--board-version", "2.07")
-        self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.07")
-        self.assertIn("Versions are the same, ignoring ATMEGA update", self.log())
-
-    def test_absent_board(self):
-        findings = self.simulate("--silent", "--board", "absent")
-        self.assertEqual(findings["exit_status"], 0)
-        self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.06")
-        self.assertIn("Measurement board not connected, ignoring ATMEGA update", self.log())
-
-    def test_failed_flash_silent(self):
-        findings = self.simulate("--silent", "--board-result", "58")
-        self.assertEqual(findings["exit_status"], 1)
-        self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.06")
-
-    def test_failed_flash_interactive(self):
-        findings = self.simulate("--board-result", "61")
-        self.assertEqual(findings["exit_status"], 0)
-        self.assertEqual(self.screens(findings)[-1], self.ending("error"))
-        self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.06")
-
-    def test_corrupt_archive(self):
-        self.archive.write_bytes(self.archive.read_bytes()[:-1000])
-        findings = self.simulate()
-        self.assertEqual(self.screens(findings), ["welcome", "confirm", self.ending("error")])
-        self.assert_ended(findings, mounted="mmcblk1p3", partition="mmcblk1p3", version="3.4.0", board="2.06")
-        self.assertEqual(self.commands(), [f"gzip -t /media/usb/{self.archive.name}"])
-
-    def test_missing_archive(self):
-        findings = self.simulate("--", "-u", "/media/usb/zepra_update_v9.tar.gz")
-        self.assertEqual(self.screens(findings)[-1], self.ending("error"))
-        self.assertIn("Could not find file /media/usb/zepra_update_v9.tar.gz", self.log())
-        self.assertEqual(self.commands(), [])
-
-    def test_no_archive_named(self):
-        findings = self.simulate("--")
-        self.assertEqual(self.screens(findings), ["welcome", self.ending("error")])
-        self.assertEqual(findings["exit_status"], 0)
-        self.assertEqual(self.commands(), [])
-
-    def test_archive_path_with_blanks_and_quotes(self):
-        awkward = self.archive.rename(self.folder / "it's a \"new\" $(reboot) zepra_update_v3.5.0.tar.gz")
-        findings = self.simulate("--silent", archive=awkward)
-        self.assert_ended(findings, mounted="mmcblk1p4", partition="mmcblk1p4", version="3.5.0", board="2.07")
-        quoted = "'/media/usb/" + awkward.name.replace("'", "'\\''") + "'"
-        self.assertEqual(self.commands(), bench.commands_of_success(quoted))
-
-    def test_prepare_script_missing_or_failing_stops_nothing(self):
-        def without(system):
-            (system / "bin" / "zepra-prepare-update.sh").unlink()
-
-        def failing(system):
-            (system / "bin" / "zepra-prepare-update.sh").write_text("#!/bin/sh\nexit 3\n")
-
-        for change, message in ((without, "Unpacking prepare setup failed"), (failing, "prepare setup failed")):
-            with self.subTest(message):
-                archive = bench.make_archive(self.folder, change=change)
-                findings = self.simulate("--silent", "--board", "absent", archive=archive)
-                self.assertEqual(findings["exit_status"], 0)
-                self.assertNotEqual(findings["after"]["partition"], findings["before"]["partition"])
-                self.assertIn(message, self.log())
+ARM = "VRK_ARM" in os.environ
+PATIENCE_SECONDS = 500 if ARM else 60
+PARTITION_MIB = 48
+NAME = "zepra_update_v3.5.0.tar.gz"
+PREPARE, SETUP = "usr/local/bin/zepra-prepare-update.sh", "usr/local/bin/zepra-setup.sh"
+COMMANDS = """\
+gzip -t {archive}
+tar -xf {archive} usr/local/bin/zepra-prepare-update.sh -C /tmp
+chmod +x /tmp/usr/local/bin/zepra-prepare-update.sh && /tmp/usr/local/bin/zepra-prepare-update.sh
+mount | grep -c mmcblk1p3
+mount | grep -c mmcblk1p4
+cat /etc/fstab | grep -c /dev/{old}
+umount -l /dev/{old}
+mount /dev/{new} /usr/local
+rm -rf /usr/local/*
+tar xvzf {archive} -C /
+sync
+chmod +x /usr/local/bin/zepra-setup.sh
+/usr/local/bin/zepra-setup.sh
+sed -i 's/{old}/{new}/g' /etc/fstab
+sync
+"""
 
 
-if __name__ == "__main__":
-    bench.main()
+def packed(root, name=NAME, cut=0):
+    """An archive of the system in root, of that name, without its last bytes."""
+    made = archive.pack(root, "3.5.0", root.parent).rename(root.parent / name)
+    os.truncate(made, made.stat().st_size - cut)
+    return made
+
+
+def changed(command):
+    """An archive of what a shell command makes of the system."""
+    def pack(root):
+        subprocess.run(f"{command}; tar -czf ../{NAME} usr/local", shell=True, cwd=root, check=True)
+        return root.parent / NAME
+    return pack
+
+
+# How a simulation is started, and what it must come to, unless a row says otherwise. The "old" partition
+# is the one in use at the start, the "new" one the other. Run are the commands that do not begin as
+# `without` does, up to the one that begins as `until` does.
+DEFAULTS = {"before": None, "pack": packed, "status": 0, "mounted": "new", "boots": "new",
+            "board": "2.07", "until": "end", "without": "nothing", "screens": None, "log": "", "remark": "none"}
+UNTOUCHED = {"mounted": "old", "boots": "old", "board": "2.06"}
+HALF_WAY = {"mounted": "new", "boots": "old", "board": "2.06"}
+NO_MOUNT = {"mounted": None, "boots": "old", "board": "2.06"}
+ASKED, ERROR = "welcome confirm", "welcome installing error"
+AWKWARD = "it's a \"new\" $(reboot) " + NAME
+GONE = "/media/usb/zepra_update_v9.tar.gz"
+BIG = f"truncate -s {PARTITION_MIB + 8}M usr/local/lib/big"
+REFUSED = "Update is not supported on non-ARM platforms"
+
+
+def row(name, options="--silent", arm=False, **others):
+    assert others.keys() <= DEFAULTS.keys()
+    run = SimpleNamespace(options=options, **DEFAULTS | others)
+    return pytest.param(run, id=name, marks=[pytest.mark.arm] * arm)  # arm: worth the emulator's time, too
+
+
+RUNS = [
+    row("silent", log="Restore completed successfully!", arm=True),
+    row("interactive", "--language 2 --delay gzip:2" + " --effects" * ARM, arm=True,
+        screens="welcome confirm checking installing final"),
+    row("back again", "--silent --language 2", before="--silent --language 2", arm=True,
+        log="Versions are the same, ignoring ATMEGA update"),
+    row("no", "--answer no", **UNTOUCHED, until=None, screens=ASKED, arm=True),
+    row("board absent", "--silent --board absent", board="2.06", log="board not connected, ignoring", arm=True),
+    row("flash fails", "--board-result 61", board="2.06", screens=f"{ASKED} installing error"),
+    row("flash fails, silent", "--silent --board-result 58", board="2.06", status=1, arm=True),
+    row("no archive named", "--", **UNTOUCHED, until=None, screens="welcome error"),
+    row("archive gone", f"-- -u {GONE}", **UNTOUCHED, until=None, screens=f"{ASKED} error", log=f"not find file {GONE}"),
+    row("archive truncated", pack=partial(packed, cut=1000), **UNTOUCHED, until="gzip", screens="welcome error", arm=True),
+    row("awkward name", pack=partial(packed, name=AWKWARD), arm=True),
+    row("name without version", pack=partial(packed, name="update.tar.gz")),
+    row("no firmware", pack=changed("rm usr/local/share/zentar/atmega/*"), board="2.06", screens=ERROR),
+    row("no prepare script", pack=changed(f"rm {PREPARE}"), without="chmod +x /tmp", log="Unpacking prepare setup failed"),
+    row("prepare script fails", pack=changed(f"echo exit 3 >>{PREPARE}"), log="\nprepare setup failed"),
+    row("no setup script", pack=changed(f"rm {SETUP}"), **HALF_WAY, until="/usr", screens=ERROR),
+    row("setup script fails", pack=changed(f"echo exit 3 >>{SETUP}"), **HALF_WAY, until="/usr", log="CSetup script failed"),
+    row("partition full", pack=changed(BIG), **HALF_WAY, until="tar xvzf", screens=ERROR, log="Extract failed",
+        remark="mmcblk1p4 is full", arm=True),
+    row("umount fails", "--silent --fail umount:1", **UNTOUCHED, until="umount", log="Unmounting active partition failed!"),
+    row("mount fails", "--silent --fail mount:3", **NO_MOUNT, until="mount /dev", log="Mounting inactive partition failed!"),
+    row("sed fails", "--silent --fail sed:1", **HALF_WAY, until="sed", screens=ERROR, log="Changing fstab failed"),
+    row("chmod and last sync fail", "--silent --fail chmod:2 --fail sync:3"),
+    row("INT at the question", "--signal INT@confirm", **UNTOUCHED, until=None),
+    row("TERM in the extraction", "--silent --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf", arm=True),
+    row("TERM at the switch", "--silent --signal 'TERM@sed -i'", board="2.06", arm=True),
+    row("the product itself", "--silent --program vrk-updater", **UNTOUCHED, until="gzip", log=REFUSED),
+]
+
+
+class Simulation:
+    """An instrument in a folder, an update's files in another, and ./simulate for both."""
+
+    def __init__(self, folder, build):
+        self.folder, self.root, self.log = folder / "instrument", folder / "root", folder / "instrument" / "log"
+        self._command = [SOURCES / "simulate", "--build", build, "--virtual", *["--arm"] * ARM, "--keep", self.folder]
+        parts = Build.arm(build) if ARM else Build(build)
+        archive.write_update(self.root, "3.5.0", "2.07", parts.translations, ballast_files=0)
+        self.card = Instrument(self.folder, parts, Settings(partition_bytes=PARTITION_MIB * MIB)).card
+        (self.folder / "lock").touch()
+
+    def start(self, options, update):
+        self.process = subprocess.Popen([*self._command, "--archive", update, *shlex.split(options)], text=True,
+                                        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        return self.process
+
+    def run(self, options, update):
+        """A whole run; returns its report."""
+        process = self.start(options, update)
+        output = process.communicate(timeout=PATIENCE_SECONDS)[0]
+        findings = json.loads((self.folder / "report.json").read_text())
+        assert process.returncode == findings["exit_status"], output
+        return findings
+
+    def commands(self):
+        """The command lines that the updater gave to the shell."""
+        log = self.log / "commands.log"
+        return log.read_text().splitlines() if log.exists() else []
+
+    def content(self, partition):
+        """A digest of a partition's bytes but for those that each mount writes: superblock and journal."""
+        start, size = self.card.region(partition)
+        content = bytearray(self.card.image.read_bytes()[start:start + size])
+        block = 1024 << content[1048]
+        content[1024:2048] = bytes(1024)
+        for number in map(int, self.card.debugfs(partition, "blocks <8>").split()):
+            content[number * block:(number + 1) * block] = bytes(block)
+        return hashlib.sha256(content).hexdigest()
+
+    def leftovers(self):
+        """Mounts, loop devices and processes that have to do with the instrument, or some seconds later."""
+        for _ in range(100):
+            things = Path("/proc/self/mountinfo").read_text().splitlines()
+            things += [path.read_text() for path in Path("/sys/block").glob("loop*/loop/backing_file")]
+            for process in Path("/proc").glob("[0-9]*"):
+                with contextlib.suppress(OSError):
+                    things.append((process / "cmdline").read_text(errors="replace") + os.readlink(process / "root"))
+            found = [thing for thing in things if str(self.folder) in thing]
+            if not found:
+                break
+            time.sleep(0.05)
+        return found
+
+
+@pytest.fixture
+def simulation(tmp_path, build):
+    try:
+        require_devices()
+        made = Simulation(tmp_path, build)
+    except NotPossible as reason:
+        pytest.skip(str(reason))
+    yield made
+    made.process.terminate()
+
+
+def tree(folder):
+    """Type, permissions and content of everything below a folder."""
+    return {str(path.relative_to(folder)): (oct(path.lstat().st_mode), os.readlink(path) if path.is_symlink()
+                                            else hashlib.sha256(path.read_bytes()).digest() if path.is_file() else "")
+            for path in folder.rglob("*") if path.name != "lost+found"}
+
+
+@pytest.mark.parametrize("run", RUNS)
+def test_run(simulation, tmp_path, run):
+    update, old = run.pack(simulation.root), PARTITIONS[0]
+    if run.before:
+        old = simulation.run(run.before, update)["after"]["partition"]
+    untouched, partitions = simulation.content(old), {"old": old, "new": other_partition(old), None: None}
+
+    findings = simulation.run(run.options, update)
+
+    path = shlex.quote(f"/media/usb/{update.name}").replace("'\"'\"'", "'\\''")
+    expected = [line for line in COMMANDS.format(archive=path, **partitions).splitlines() if not line.startswith(run.without)]
+    ends = [number for number, line in enumerate(expected, 1) if line.startswith(run.until or "gzip")]
+    assert simulation.commands() == (expected[:ends[0] if ends else None] if run.until else [])
+    after = {"partition": partitions[run.boots], "version": "3.4.0" if run.boots == "old" else "3.5.0", "board": run.board}
+    assert (findings["exit_status"], findings["mounted"]) == (run.status, partitions[run.mounted])
+    assert {name: findings["after"][name] for name in after} == after
+    assert not [remark for remark in findings["remarks"] if run.remark not in remark]
+    log = (simulation.log / "updater.log").read_text(errors="replace")
+    assert run.log in log and "Could not load translations" not in log
+    if run.screens:
+        wanted = (run.screens.replace("error", "end") if ARM else run.screens).split()
+        brief = {"loaded", "leaving", "checking"} - set(wanted)
+        assert [screen["name"] for screen in findings["screens"] if screen["name"] not in brief] == wanted
+    assert simulation.content(old) == untouched, "the old partition was written"
+    assert (simulation.folder / "data/prepare.log").exists() == any(PREPARE in line[:60] for line in simulation.commands()[2:])
+    assert simulation.leftovers() == []
+    if run.boots == "new":
+        (tmp_path / "installed").mkdir()
+        simulation.card.copy_out(partitions["new"], tmp_path / "installed")
+        with tarfile.open(update) as tar:
+            tar.extractall(tmp_path / "brought")
+        installed = tree(tmp_path / "installed")
+        assert installed.pop(archive.SETUP_TRACE) and installed == tree(tmp_path / "brought/usr/local")
+
+
+@pytest.mark.arm
+@pytest.mark.parametrize("number, status", [(signal.SIGINT, 128 + signal.SIGINT), (signal.SIGKILL, -signal.SIGKILL)])
+def test_simulation_ended_in_the_extraction(simulation, number, status):
+    update = packed(simulation.root)
+    process = simulation.start("--silent --delay tar:3", update)
+    while not any(line.startswith("tar xvzf") for line in simulation.commands()) and process.poll() is None:
+        time.sleep(0.02)
+    process.send_signal(number)
+    process.communicate(timeout=PATIENCE_SECONDS)
+    assert (process.returncode, simulation.leftovers()) == (status, [])
+    assert simulation.run("--silent", update)["after"]["partition"] == PARTITIONS[1]
+
+
+@pytest.mark.parametrize("options, reason", [
+    ("--frobnicate", "--frobnicate"), ("--board maybe", "maybe"), ("--archive /nowhere", "there is no archive"),
+    ("--effects", "--arm"), ("--keep {folder}", "another simulation is using"), ("--keep {folder}/log", "something else")])
+def test_simulation_refuses(simulation, options, reason):
+    simulation.log.mkdir(exist_ok=True)
+    (simulation.log / "precious").touch()
+    with open(simulation.folder / "lock", encoding="ascii") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        process = simulation.start(options.format(folder=simulation.folder), packed(simulation.root))
+        output = process.communicate(timeout=PATIENCE_SECONDS)[0]
+    assert (process.returncode, reason in output, (simulation.log / "precious").exists()) == (125, True, True), output
