@@ -1,5 +1,5 @@
-// Linked on top of the product: a logger that is there before main() is, and writes the texts of
-// its records to the error channel.
+// Linked on top of the product: a logger that is there before main() is, and writes its records to
+// the error channel.
 #include <plog/Log.h>
 
 #include <plog/Init.h>
@@ -15,7 +15,7 @@ public:
 
     void write(const plog::Record &record) override
     {
-        std::cerr << "record: " << record.getMessage() << std::endl;
+        std::cerr << "record " << record.getSeverity() << ' ' << record.getMessage() << std::endl;
     }
 };
 

@@ -1,175 +1,90 @@
 #include "atmegaupdate.h"
 #include "fakeinstrument.h"
-#include "messagelog.h"
 #include "workerrun.h"
 
-#include <QSignalSpy>
-#include <QTemporaryFile>
-#include <QtTest>
+#include <QTemporaryDir>
 
 #include <thread>
+
+namespace {
+
+constexpr int notAsked = -1000; // the library
+
+VRK_ResultCode flash(const VRK_ProgressCallback *progress, int code)
+{
+    const int counts[][2] = { { 0, 4 }, { 1, 0 }, { 2, 4 }, { 1, 2 }, { 4, 4 }, { 5, 4 } };
+    std::thread([&] { // one of the library's choosing
+        for (const auto &[done, total] : counts)
+            progress->function(progress->userData, done, total);
+    })
+            .join();
+    return static_cast<VRK_ResultCode>(code);
+}
+
+} // namespace
 
 class AtmegaUpdateTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-
-    void flashesAndReportsATenth();
-    void resultCodes_data();
-    void resultCodes();
-    void badImagePaths_data();
-    void badImagePaths();
-    void pathGoesToTheLibraryInLatin1();
-    void everyRunStartsAtZero();
-    void folderIsLeftToTheLibrary();
-
-private:
-    QTemporaryFile m_image;
+    void runs_data();
+    void runs();
 };
 
-void AtmegaUpdateTest::initTestCase()
+void AtmegaUpdateTest::runs_data()
 {
-    QVERIFY(m_image.open());
-}
-
-void AtmegaUpdateTest::init()
-{
-    FakeInstrument::reset();
-}
-
-void AtmegaUpdateTest::flashesAndReportsATenth()
-{
-    QByteArray flashedPath;
-    fakeInstrument().flash = [&](const char *path, const VRK_ProgressCallback *progress) {
-        flashedPath = path;
-        std::thread([progress] {
-            const int counts[][2] = { { 0, 4 }, { 1, 0 }, { 2, 4 }, { 1, 2 }, { 4, 4 }, { 5, 4 } };
-            for (const auto &[done, total] : counts)
-                progress->function(progress->userData, done, total);
-        }).join();
-        return VRK_RESULT_OK;
-    };
-    MessageLog log;
-    AtmegaUpdate update(nullptr);
-    update.setImagePath(m_image.fileName());
-    QSignalSpy progress(&update, &AtmegaUpdate::progressChanged);
-    QVERIFY(runWorker(&update));
-
-    QCOMPARE(flashedPath, m_image.fileName().toLatin1());
-    const QList<QVariantList> reports = { { 0.05, 2000 }, { 0.1, 2000 }, { 0.125, 2000 } };
-    QCOMPARE(QList<QVariantList>(progress), reports);
-    QCOMPARE(update.progress(), 1.25);
-    QCOMPARE(log.messages(),
-             QStringList(QStringLiteral("warning: ATMEGA Firmware upgrade successfully")));
-    const QStringList calls = { QStringLiteral("+AtmegaUpdate::run"),
-                                QStringLiteral("VRK_FlashATMEGA_file"),
-                                QStringLiteral("resultReady"),
-                                QStringLiteral("-AtmegaUpdate::run") };
-    QCOMPARE(fakeInstrument().calls, calls);
-}
-
-void AtmegaUpdateTest::resultCodes_data()
-{
+    QTest::addColumn<QString>("image");
     QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("reason");
-    const auto row = [](int code, const char *reason) {
-        QTest::addRow("%d", code) << code << QString::fromLatin1(reason);
+    QTest::addColumn<QString>("said");
+    const auto row = [](const char *processor, const char *image, int code, const char *said) {
+        QTest::addRow("%s %s %d", processor, image, code) << image << code << said;
     };
-    row(35, "because Connection to measurement board failed");
-    row(58, "because Upgrade storage not mounted");
-    row(59, "because Upgrade file not found");
-    row(60, "because Upgrade file error");
-    row(61, "because Another instance of ZEPRA is running");
-    row(1, "for unknown reason");
-    row(34, "for unknown reason");
-    row(62, "for unknown reason");
-    row(-1, "for unknown reason");
+    for (const char *processor : { "x86_64", "arm64", "ARM", "" })
+        row(processor, "ü/Ж.hex", notAsked, "Update is not supported on non-ARM platforms");
+    row("arm", "", notAsked, "Image Path cannot be empty");
+    row("arm", "no.hex", notAsked, "Could not find image file at  \"%1\"");
+    row("arm", "ü/Ж.hex", 0, "ATMEGA Firmware upgrade successfully");
+    row("arm", "ü", 35, "because Connection to measurement board failed");
+    row("arm", "ü/Ж.hex", 58, "because Upgrade storage not mounted");
+    row("arm", "ü/Ж.hex", 59, "because Upgrade file not found");
+    row("arm", "ü/Ж.hex", 60, "because Upgrade file error");
+    row("arm", "ü/Ж.hex", 61, "because Another instance of ZEPRA is running");
+    for (const int other : { 1, 34, 36, 57, 62, -1 })
+        row("arm", "ü/Ж.hex", other, "for unknown reason");
 }
 
-void AtmegaUpdateTest::resultCodes()
+void AtmegaUpdateTest::runs()
 {
+    QFETCH(QString, image);
     QFETCH(int, code);
-    QFETCH(QString, reason);
-    fakeInstrument().flash = [code](const char *, const VRK_ProgressCallback *) {
-        return static_cast<VRK_ResultCode>(code);
-    };
-    MessageLog log;
-    AtmegaUpdate update(nullptr);
-    update.setImagePath(m_image.fileName());
-    QVERIFY(!runWorker(&update));
+    QFETCH(QString, said);
+    const QTemporaryDir folder;
+    QVERIFY(QDir(folder.path()).mkdir("ü")
+            && QFile(folder.filePath("ü/Ж.hex")).open(QFile::WriteOnly));
+    const QString path = image.isEmpty() ? image : folder.filePath(image);
+    fakeInstrument().flash = [code](const auto *progress) { return flash(progress, code); };
+    fakeInstrument().processor = QString(QTest::currentDataTag()).section(' ', 0, 0);
 
-    const QStringList messages = {
-        QStringLiteral("warning: Error upgrading firmware. Error return:  %1").arg(code),
-        QLatin1String("warning: ATMEGA Upgrade failed ") + reason,
-    };
-    QCOMPARE(log.messages(), messages);
-}
+    QStringList lines = { "debug: +AtmegaUpdate::run" };
+    if (code != notAsked)
+        lines << "VRK_FlashATMEGA_file " + QString(path).replace("Ж", "?") << "progress 0.05 2000"
+              << "progress 0.1 2000"
+              << "progress 0.125 2000";
+    if (code != notAsked && code != 0) {
+        lines << QString("warning: Error upgrading firmware. Error return:  %1").arg(code);
+        said.prepend("ATMEGA Upgrade failed ");
+    }
+    lines << "warning: " + said.replace("%1", path) << QString("result %1").arg(code == 0)
+          << "debug: -AtmegaUpdate::run";
 
-void AtmegaUpdateTest::badImagePaths_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("empty") << QString() << QStringLiteral("Image Path cannot be empty");
-    QTest::newRow("nothing there")
-            << QStringLiteral("/nowhere/a.hex")
-            << QStringLiteral("Could not find image file at  \"/nowhere/a.hex\"");
-}
-
-void AtmegaUpdateTest::badImagePaths()
-{
-    QFETCH(QString, path);
-    QFETCH(QString, message);
-    MessageLog log;
     AtmegaUpdate update(nullptr);
     update.setImagePath(path);
-    QVERIFY(!runWorker(&update));
-    QCOMPARE(log.messages(), QStringList(QLatin1String("warning: ") + message));
-    QVERIFY(!fakeInstrument().calls.contains(QStringLiteral("VRK_FlashATMEGA_file")));
-}
-
-void AtmegaUpdateTest::pathGoesToTheLibraryInLatin1()
-{
-    QTemporaryFile image(QDir::tempPath() + QStringLiteral("/\u00fc\u0416XXXXXX"));
-    QVERIFY(image.open());
-    QByteArray flashedPath;
-    fakeInstrument().flash = [&](const char *path, const VRK_ProgressCallback *) {
-        flashedPath = path;
-        return VRK_RESULT_UPGRADE_FILE_NOT_FOUND;
-    };
-    AtmegaUpdate update(nullptr);
-    update.setImagePath(image.fileName());
-    QVERIFY(!runWorker(&update));
-    QVERIFY2(flashedPath.contains("/\xfc?"), flashedPath.constData());
-}
-
-void AtmegaUpdateTest::everyRunStartsAtZero()
-{
-    fakeInstrument().flash = [](const char *, const VRK_ProgressCallback *progress) {
-        progress->function(progress->userData, 1, 1);
-        return VRK_RESULT_OK;
-    };
-    AtmegaUpdate update(nullptr);
-    update.setImagePath(m_image.fileName());
-    QVERIFY(runWorker(&update));
-    QSignalSpy progress(&update, &AtmegaUpdate::progressChanged);
-    QVERIFY(runWorker(&update));
-    QCOMPARE(QList<QVariantList>(progress), QList<QVariantList>({ { 0.0, 2000 }, { 0.1, 2000 } }));
-}
-
-void AtmegaUpdateTest::folderIsLeftToTheLibrary()
-{
-    QByteArray flashedPath;
-    fakeInstrument().flash = [&](const char *path, const VRK_ProgressCallback *) {
-        flashedPath = path;
-        return VRK_RESULT_UPGRADE_FILE_ERROR;
-    };
-    AtmegaUpdate update(nullptr);
-    update.setImagePath(QStringLiteral("/tmp"));
-    QVERIFY(!runWorker(&update));
-    QCOMPARE(flashedPath, QByteArray("/tmp"));
+    compareLines(runWorker(&update), lines);
+    QCOMPARE(update.progress(), code == notAsked ? 0.0 : 1.25);
+    if (code != notAsked)
+        lines.insert(1, "progress 0 2000");
+    compareLines(runWorker(&update), lines); // a second run starts anew
 }
 
 QTEST_GUILESS_MAIN(AtmegaUpdateTest)

@@ -1,130 +1,87 @@
+#include "fakeinstrument.h"
 #include "language.h"
 #include "localemanager.h"
 #include "messagelog.h"
-#include "privatefolders.h"
 
-#include <QDir>
 #include <QMetaEnum>
-#include <QSet>
 #include <QSignalSpy>
+#include <QTranslator>
 #include <QtTest>
-
-namespace {
-
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("ApplicationController", text);
-}
-
-QString translatedReboot()
-{
-    return translated("Reboot");
-}
-
-QString s_noPrivateFolders;
-
-} // namespace
 
 class LocaleManagerTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void localeCodes();
-    void everyStoredNumberHasItsOwnTranslation();
-    void changesAreSignalledOnce();
-    void missingTranslationIsReportedAndSet();
-    void translatorLeavesWithItsManager();
+    void folderFollowsTheProcessor();
+    void languages_data();
+    void languages();
 };
 
-void LocaleManagerTest::initTestCase()
+void LocaleManagerTest::folderFollowsTheProcessor()
 {
-    // On an ARM processor the translations are looked for where the instrument has them.
-    const QString built = QCoreApplication::applicationDirPath() + QLatin1String("/translations");
-    if (translationDir() == built)
-        return;
-    if (!s_noPrivateFolders.isEmpty())
-        QSKIP(qPrintable(s_noPrivateFolders));
-    QVERIFY(QDir().mkpath(translationDir()));
-    for (const QString &name : QDir(built).entryList({ QStringLiteral("*.qm") }))
-        QVERIFY(QFile::copy(built + QLatin1Char('/') + name,
-                            translationDir() + QLatin1Char('/') + name));
-}
-
-void LocaleManagerTest::localeCodes()
-{
-    const QStringList codes =
-            QStringLiteral("en de es fr ko zh-CN zh-TW vi pt id uk ru").split(QLatin1Char(' '));
-    for (int i = 0; i < codes.size(); ++i)
-        QCOMPARE(Language::localeCode(i + 1), codes.at(i));
-    for (const int number : { -1, 0, 13 })
-        QCOMPARE(Language::localeCode(number), QString());
-}
-
-void LocaleManagerTest::everyStoredNumberHasItsOwnTranslation()
-{
-    const QMetaEnum values = QMetaEnum::fromType<Language::Value>();
-    QCOMPARE(values.keyCount(), 12);
-    QSet<QString> questions;
-    MessageLog log;
-    for (int number = 1; number <= values.keyCount(); ++number) {
-        LocaleManager manager(nullptr);
-        manager.setLanguage(Language::localeCode(number));
-        QCOMPARE(manager.language().replace(QLatin1Char('-'), QLatin1Char('_')).toLower(),
-                 QString::fromLatin1(values.valueToKey(number)).toLower());
-        questions << translated("Are you sure you want to update the system from %1 to %2?");
+    for (const char *name : { "arm", "armv7", "arm64", "ARM", "aarch64", "x86_64", "" }) {
+        fakeInstrument().processor = name;
+        QCOMPARE(translationDir(),
+                 qstrncmp(name, "arm", 3) == 0
+                         ? "/usr/local/share/zentar/translations"
+                         : QCoreApplication::applicationDirPath() + "/translations");
     }
-    QCOMPARE(questions.size(), 12);
-    QCOMPARE(log.messages(), QStringList());
 }
 
-void LocaleManagerTest::changesAreSignalledOnce()
+void LocaleManagerTest::languages_data()
 {
-    LocaleManager manager(nullptr);
-    QSignalSpy changes(&manager, &LocaleManager::languageChanged);
-    manager.setLanguage(QString());
-    QCOMPARE(changes.count(), 0);
-    manager.setLanguage(QStringLiteral("de"));
-    manager.setLanguage(QStringLiteral("de"));
-    QCOMPARE(changes.count(), 1);
-    QVERIFY(manager.setProperty("language", QStringLiteral("zh-CN")));
-    QCOMPARE(changes.count(), 2);
-    QCOMPARE(manager.language(), QStringLiteral("zh-CN"));
-    QCOMPARE(manager.property("emptyString"), QVariant(QString()));
+    QTest::addColumn<int>("number"); // in the settings, 0 for none
+    const char *const codes[] = { "is",    "en", "de", "es", "fr", "ko", "zh-CN",
+                                  "zh-TW", "vi", "pt", "id", "uk", "ru" };
+    for (int number = 0; number <= 12; ++number)
+        QTest::newRow(codes[number]) << number;
+    for (const int none : { -1, 0, 13 })
+        QCOMPARE(Language::localeCode(none), QString());
+    QCOMPARE(QMetaEnum::fromType<Language::Value>().keyCount(), 12);
 }
 
-void LocaleManagerTest::missingTranslationIsReportedAndSet()
+void LocaleManagerTest::languages()
 {
-    LocaleManager manager(nullptr);
-    manager.setLanguage(QStringLiteral("ru"));
-    QVERIFY(translatedReboot() != QLatin1String("Reboot"));
-    QSignalSpy changes(&manager, &LocaleManager::languageChanged);
-    MessageLog log;
-    manager.setLanguage(QStringLiteral("is"));
-    QCOMPARE(log.messages(),
-             QStringList(QStringLiteral(
-                     "warning: Could not load translations for vrk-updater and language \"is\"")));
-    QCOMPARE(changes.count(), 1);
-    QCOMPARE(manager.language(), QStringLiteral("is"));
-    QCOMPARE(translatedReboot(), QStringLiteral("Reboot"));
-}
+    QFETCH(int, number);
+    const QString code = QTest::currentDataTag();
+    const QString name = QString(code).replace('-', '_');
+    const QString key = QMetaEnum::fromType<Language::Value>().valueToKey(number);
+    QCOMPARE(Language::localeCode(number), number == 0 ? QString() : code);
+    QCOMPARE(key.toLower(), number == 0 ? QString() : name.toLower());
 
-void LocaleManagerTest::translatorLeavesWithItsManager()
-{
+    QTranslator expected;
+    const QString file = "/translations/vrk-updater_" + name;
+    QCOMPARE(expected.load(QCoreApplication::applicationDirPath() + file), number != 0);
+    const char *const question = "Are you sure you want to update the system from %1 to %2?";
+    const QString translation = expected.translate("ApplicationController", question);
+
+    const auto text = [=] {
+        return QCoreApplication::translate("ApplicationController", question);
+    };
     {
         LocaleManager manager(nullptr);
-        manager.setLanguage(QStringLiteral("ru"));
+        QSignalSpy changes(&manager, &LocaleManager::languageChanged);
+        manager.setLanguage(QString());
+        QCOMPARE(changes.count(), 0);
+        manager.setLanguage(number == 12 ? "de" : "ru"); // gives way to the next
+        QVERIFY(text() != question);
+
+        const MessageLog log;
+        QVERIFY(manager.setProperty("language", code));
+        manager.setLanguage(code);
+        QCOMPARE(changes.count(), 2);
+        QCOMPARE(manager.language(), code);
+        QCOMPARE(text(), number == 0 ? question : translation);
+        QCOMPARE(log.take(),
+                 number != 0 ? QStringList()
+                             : QStringList("warning: Could not load translations for vrk-updater "
+                                           "and language \"is\""));
+        QCOMPARE(manager.property("emptyString"), QVariant(QString()));
     }
-    QCOMPARE(translatedReboot(), QStringLiteral("Reboot"));
+    QCOMPARE(text(), QString(question));
 }
 
-int main(int argc, char **argv)
-{
-    s_noPrivateFolders = enterPrivateFolders({ QStringLiteral("/usr/local/share") });
-    QCoreApplication application(argc, argv);
-    LocaleManagerTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(LocaleManagerTest)
 
 #include "tst_localemanager.moc"

@@ -1,20 +1,9 @@
 #include "fakeinstrument.h"
 
-#include <memory>
-#include <mutex>
-#include <new>
-#include <utility>
+#include "messagelog.h"
 
-namespace {
-
-std::mutex s_mutex;
-
-void note(const char *call)
-{
-    FakeInstrument::note(QString::fromLatin1(call));
-}
-
-} // namespace
+#include <QDebug>
+#include <QSysInfo>
 
 FakeInstrument &fakeInstrument()
 {
@@ -22,62 +11,57 @@ FakeInstrument &fakeInstrument()
     return instrument;
 }
 
-void FakeInstrument::reset()
+extern "C" int system(const char *line)
 {
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    fakeInstrument() = FakeInstrument();
+    return fakeInstrument().shell ? fakeInstrument().shell(QString::fromUtf8(line)) : 0;
 }
 
-void FakeInstrument::note(const QString &call)
+QString QSysInfo::buildCpuArchitecture()
 {
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    fakeInstrument().calls << call;
+    return fakeInstrument().processor;
+}
+
+QString QSysInfo::currentCpuArchitecture()
+{
+    return fakeInstrument().processor;
 }
 
 VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode,
                                   bool debug)
 {
-    note("VRK_Lib_Initialize");
-    fakeInstrument().mode = mode;
-    fakeInstrument().debug = debug;
+    MessageLog::note(QString("VRK_Lib_Initialize %1 %2").arg(mode).arg(debug));
     fakeInstrument().userData = userData;
     callback(userData, VRK_RESULT_BOARD_CONNECTION_FAILED, "a status message");
-    if (fakeInstrument().onInitialize)
-        fakeInstrument().onInitialize();
     return fakeInstrument().initializeResult;
 }
 
 VRK_ResultCode VRK_GetDeviceInfo(VRK_DeviceInfo *info)
 {
-    note("VRK_GetDeviceInfo");
-    if (fakeInstrument().fillDeviceInfo)
-        fakeInstrument().fillDeviceInfo(info);
-    return fakeInstrument().queryResult;
+    MessageLog::note("VRK_GetDeviceInfo");
+    return fakeInstrument().deviceInfo ? fakeInstrument().deviceInfo(info) : VRK_RESULT_OK;
 }
 
 VRK_ResultCode VRK_GetStatus(VRK_Status *status)
 {
-    note("VRK_GetStatus");
-    if (fakeInstrument().fillStatus)
-        fakeInstrument().fillStatus(status);
-    return fakeInstrument().queryResult;
+    MessageLog::note("VRK_GetStatus");
+    return fakeInstrument().status ? fakeInstrument().status(status) : VRK_RESULT_OK;
 }
 
 VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback *progress)
 {
-    note("VRK_FlashATMEGA_file");
-    return fakeInstrument().flash ? fakeInstrument().flash(path, progress) : VRK_RESULT_OK;
+    MessageLog::note(QString("VRK_FlashATMEGA_file ") + QString::fromLatin1(path));
+    return fakeInstrument().flash ? fakeInstrument().flash(progress) : VRK_RESULT_OK;
 }
+
+static thread_local std::string s_scope; // they do not nest
 
 ScopeLogger::ScopeLogger(std::string name, bool quiet)
 {
-    note(('+' + name + (quiet ? " quietly" : "")).c_str());
-    new (m_storage) std::string(std::move(name));
+    s_scope = name;
+    qDebug("+%s%s", name.c_str(), quiet ? " quietly" : "");
 }
 
 ScopeLogger::~ScopeLogger()
 {
-    auto *name = std::launder(reinterpret_cast<std::string *>(m_storage));
-    note(('-' + *name).c_str());
-    std::destroy_at(name);
+    qDebug("-%s", s_scope.c_str());
 }

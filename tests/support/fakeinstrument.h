@@ -1,33 +1,27 @@
-// Linked into a test executable in place of the instrument library: a library that does what the
-// test says and remembers how it was called.
+// Linked into a test executable in the place of the instrument: its library, its shell and its
+// processor, which do what the test says. What the product asks of the library stands in the
+// MessageLog as "VRK_..." and what of it matters; the scopes stand there as debug messages.
 #pragma once
 
 #include "vrk-embedded-api.h"
 
-#include <QStringList>
+#include <QString>
 
 #include <functional>
-#include <string>
 
 struct FakeInstrument {
     VRK_ResultCode initializeResult = VRK_RESULT_OK;
-    VRK_ResultCode queryResult = VRK_RESULT_OK; ///< of VRK_GetDeviceInfo and VRK_GetStatus
-    std::function<void()> onInitialize;
-    std::function<void(VRK_DeviceInfo *)> fillDeviceInfo;
-    std::function<void(VRK_Status *)> fillStatus;
-    std::function<VRK_ResultCode(const char *, const VRK_ProgressCallback *)> flash;
-
-    VRK_Lib_Mode mode = {};
-    bool debug = false;
     void *userData = nullptr; ///< as VRK_Lib_Initialize got it
-    QStringList calls; ///< names of the functions called, in their order, and the scopes "+name"
-                       ///< ("+name quietly") and "-name"
 
-    /// Puts everything back to an instrument that answers 0 and knows nothing.
-    static void reset();
+    // What is not set does nothing and answers 0.
+    std::function<VRK_ResultCode(VRK_DeviceInfo *)> deviceInfo;
+    std::function<VRK_ResultCode(VRK_Status *)> status;
+    std::function<VRK_ResultCode(const VRK_ProgressCallback *)> flash;
+    /// What system() does with a command line, on the thread that runs it, and returns.
+    std::function<int(const QString &)> shell;
 
-    /// Adds a line of the test's own to `calls`; on any thread.
-    static void note(const QString &call);
+    QString processor = "arm"; ///< built for, and running on
 };
 
+/// A new one starts each test: fakeInstrument() = {}.
 FakeInstrument &fakeInstrument();

@@ -1,34 +1,28 @@
 #include "messagelog.h"
 
+#include <QRegularExpression>
+
 #include <mutex>
 
 namespace {
 
 std::mutex s_mutex;
-QStringList s_messages;
-
-QString kindName(QtMsgType type)
-{
-    switch (type) {
-    case QtDebugMsg: return QStringLiteral("debug");
-    case QtInfoMsg: return QStringLiteral("info");
-    case QtWarningMsg: return QStringLiteral("warning");
-    default: return QStringLiteral("critical");
-    }
-}
+QStringList s_lines;
+const QThread *s_thread;
 
 void keep(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    s_messages << kindName(type) + QLatin1String(": ") + text;
+    static const char *const kinds[] = { "debug", "warning", "critical", "fatal", "info" };
+    if (s_thread == nullptr || s_thread == QThread::currentThread())
+        MessageLog::note(QString("%1: %2").arg(kinds[type], text));
 }
 
 } // namespace
 
-MessageLog::MessageLog()
+MessageLog::MessageLog(const QThread *thread)
 {
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    s_messages.clear();
+    take();
+    s_thread = thread;
     m_previous = qInstallMessageHandler(keep);
 }
 
@@ -37,19 +31,23 @@ MessageLog::~MessageLog()
     qInstallMessageHandler(m_previous);
 }
 
-QStringList MessageLog::messages() const
+void MessageLog::note(const QString &line)
 {
     const std::lock_guard<std::mutex> lock(s_mutex);
-    return s_messages;
+    s_lines << line;
 }
 
-QStringList MessageLog::messages(const QString &kind) const
+QStringList MessageLog::messages(const QString &kind)
 {
-    const QString prefix = kind + QLatin1String(": ");
-    QStringList found;
-    for (const QString &message : messages()) {
-        if (message.startsWith(prefix))
-            found << message.mid(prefix.size());
-    }
-    return found;
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    if (kind.isEmpty())
+        return s_lines;
+    const QRegularExpression prefix('^' + kind + ": ");
+    return s_lines.filter(prefix).replaceInStrings(prefix, QString());
+}
+
+QStringList MessageLog::take()
+{
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    return std::exchange(s_lines, {});
 }

@@ -1,22 +1,27 @@
-// Keeps Qt's messages for a test to look at, in the order in which they came.
+// What happens in a test, in its order: Qt's messages, and what the test and its fakes note.
 #pragma once
 
 #include <QStringList>
-#include <QtGlobal>
+#include <QThread>
 
 /// Takes over Qt's message log for as long as it lives; one at a time. Each message is kept as
 /// "warning: text", "debug: text" or "info: text".
 class MessageLog
 {
 public:
-    MessageLog();
+    /// Keeps the messages of all threads, or of the one that is named.
+    explicit MessageLog(const QThread *thread = nullptr);
     ~MessageLog();
     Q_DISABLE_COPY(MessageLog)
 
-    QStringList messages() const;
+    /// Adds a line of another kind; on any thread.
+    static void note(const QString &line);
 
-    /// The messages of one kind, without their "kind: ".
-    QStringList messages(const QString &kind) const;
+    /// All lines so far, or the messages of one kind without their "kind: ".
+    static QStringList messages(const QString &kind = QString());
+
+    /// All lines so far, which are then forgotten.
+    static QStringList take();
 
 private:
     QtMessageHandler m_previous;

@@ -1,0 +1,500 @@
+// The controller from its constructor to its end, with the instrument, its commands and the
+// operator as each row has them: all that the main thread does, in its order.
+#include "applicationcontroller.h"
+#include "atmegaupdate.h"
+#include "fakeinstrument.h"
+#include "vrkupdate.h"
+#include "workerrun.h"
+
+#include <QGuiApplication>
+#include <QMetaProperty>
+#include <QMouseEvent>
+#include <QQmlApplicationEngine>
+#include <QQmlContext>
+#include <QSemaphore>
+#include <QTimer>
+#include <QWindow>
+
+#include <plog/Log.h>
+
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+/// What runs are made of; %1 is what stands behind the name. Where a property has its value already
+/// nothing changes, and the line is left out.
+const char parts[] = R"(
+begins: info: ApplicationController::ApplicationController init with mode:  MODE  Path: "PATH"; loaded; welcome
+loaded: instructionsText=; message=; buttonText=Reboot; isSilent=SILENT; isConfirmationVisible=ASKING; empty
+empty: idle; isButtonVisible=false; progress=0; expectedDuration=1000
+idle: isProgressBarVisible=false; isProgressBarIndeterminate=false
+busy: isProgressBarVisible=true; isProgressBarIndeterminate=true
+welcome: message=Welcome to updater; busy; turn; VRK_Lib_Initialize 3 DEBUG
+knows: idle; VRK_GetDeviceInfo; VRK_GetStatus; INFO VRK_Status: QUERY
+asks: knows; question %1
+away: knows; WARN Measurement board not connected
+question: instructionsText=Please do not remove the usb drive or power off the device; sure %1
+sure: message=Are you sure you want to update the system from %1?
+yes: > yes; accepted
+accepted: isConfirmationVisible=false; message=Welcome to updater; busy
+no: > no; leaves Cancelling...
+reboot: > reboot; leaves Rebooting...
+leaves: isButtonVisible=false; busy; message=%1; turn; pressed; exit 0
+error: isConfirmationVisible=false; message=%1; isButtonVisible=true; isProgressBarVisible=false
+broken: error Error upgrading firmware
+noDrive: knows; error Error upgrading firmware: Please check USB drive
+noLibrary: error Failed to initialize VRK library
+checks: isButtonVisible=false; busy; message=Checking for updates
+missing: checks; ERROR Could not find file PATH; error Required update files missing
+tests: checks; gzip -t %1; turn
+corrupt: tests PATH; error Error upgrading firmware: corrupt archive
+fills: message=Upgrading...; isProgressBarIndeterminate=false; over 3000; at 0.1; over 4000; at 0.15; at 0.2; tars
+tars: over 43000; at 0.9; over 3000; at 0.99
+installs: fills; over 20; at 1
+over: expectedDuration=%1
+at: warning: Progress update: %1; progress=%1
+installed: asks 1.0 to 2; > installed
+versions: INFO Current ATMEGA version: %1
+to: INFO New ATMEGA version: %1
+flashes: INFO AtmegaUpdate::setImagePath: FOLDER%1; VRK_FlashATMEGA_file FOLDER%1; over 2000
+renews: versions %1; to 2.07; flashes ZEPRA_AFW_2.07.hex
+flashed: renews %1; at 0.05
+same: INFO Versions are the same, ignoring ATMEGA update; success
+absent: ERROR Measurement board not connected, ignoring ATMEGA update; success
+success: instructionsText=Please remove USB and then select Reboot; error Firmware upgrade successful
+quietly: WARN Update finished successfully, please reboot the device to complete update; exit 0
+notFlashed: error Error upgrading measurement board firmware
+)";
+
+/// Name; how it differs from an interactive run that meets no trouble and no answer; what happens.
+const char rows[] = R"(
+question || asks 1.0 to 2
+percent signs | path=/zepra_update_v%1%2.tar.gz, system=%2 | asks %2 to %1%2
+not Latin | path=/zepra_update_v3-б.tar.gz, system=1б | asks 1б to 3-б
+no version | path=/update.tar.gz | asks 1.0 to unknown
+empty version | path=/zepra_update_v.tar.gz | asks 1.0 to unknown
+suffix before prefix | path=/a.tar.gz/zepra_update_v2.tar.gz | asks 1.0 to unknown
+first prefix | path=/zepra_update_v1/zepra_update_v2.tar.gz | asks 1.0 to 1/zepra_update_v2
+letter case of the suffix | path=/zepra_update_v3.TAR.GZ | asks 1.0 to unknown
+letter case of the prefix | path=/ZEPRA_UPDATE_v3.tar.gz | asks 1.0 to unknown
+no suffix | path=/zepra_update_v3 | asks 1.0 to unknown
+library knows nothing | system=, connected=0, query=35 | away; question  to 2
+no NUL | system=777777777777777777777777, connected=2 | asks 777777777777777777777 to 2
+no | then=no | asks 1.0 to 2; no
+tap before the picture | tap=yes, path=/nowhere/a.gz | asks 1.0 to unknown; accepted; missing
+no, tap on yes | then=tap+no | asks 1.0 to 2; > tap+no; leaves Cancelling...
+no archive | mode=1, path=, then=reboot | noDrive; reboot
+no archive, silent | mode=1, silent=true, debug=1 | noDrive
+no archive, yes | mode=1, then=yes | noDrive; yes
+library fails | library=5 | noLibrary
+library fails, silent | library=-1, mode=1, silent=true | noLibrary
+missing | path=/nowhere/б.gz, silent=true | knows; missing
+missing, yes twice | path=/nowhere/a.gz, then=yes yes | asks 1.0 to unknown; yes; missing; yes; missing
+corrupt | gzip=256, silent=true | knows; corrupt
+gzip killed | gzip=9, silent=true | knows; corrupt
+no shell, yes | gzip=-1, then=yes | asks 1.0 to 2; yes; corrupt
+folder | path=/var/usb/., gzip=256, silent=true | knows; corrupt
+all | then=yes reboot | asks 1.0 to 2; yes; tests PATH; installs; renews 2.06; success; reboot
+all, silent | path=/var/usb/a б.gz, silent=true | knows; tests 'PATH'; installs; renews 2.06; success; quietly
+not installed | fails=sed -i 's/mmcblk1p3/mmcblk1p4/g' /etc/fstab, silent=true | knows; tests PATH; fills; broken
+not flashed, silent | flash=35, silent=true | knows; tests PATH; installs; renews 2.06; notFlashed; exit 1
+not flashed | flash=-1, then=installed reboot | installed; flashed 2.06; notFlashed; reboot
+same | board=2.07, then=installed | installed; versions 2.07; to 2.07; same
+newer board | board=2.08, then=installed | installed; flashed 2.08; success
+almost the same | board=2.7, then=installed | installed; flashed 2.7; success
+board without version | board=, then=installed | installed; flashed ; success
+file without | files=AFW_.hex, then=installed | installed; versions 2.06; to ; flashes AFW_.hex; at 0.05; success
+both without | board=, files=AFW_.hex, then=installed | installed; versions ; to ; same
+file's letter case | files=zepra_afw_6.HEX, then=installed | installed; versions 2.06; to ; flashes zepra_afw_6.HEX; at 0.05; success
+board's text without NUL | board=LONG9, files=AFW_LONG.hex, then=installed | installed; versions LONG; to LONG; same
+not connected | connected=0, then=installed | away; question 1.0 to 2; > installed; versions 2.06; to 2.07; absent
+oldest | files=AFW_0.hex@ AFW_1.hex/ AFW_2.hex.bak AFW_5.hex AFW_6.hex AFW_4.hex, then=installed | installed; versions 2.06; to 5; flashes AFW_5.hex; at 0.05; success
+no file | files=AFW_0.hex@ AFW_1.hex/ AFW_2.hex~, then=installed | installed; broken
+no folder | files=, then=installed | installed; broken
+gone | gone=AFW_2.07.hex, then=installed | installed; error ATMEGA update file missing: FOLDERAFW_2.07.hex
+progress | then=reported | asks 1.0 to 2; > reported; at 0.1; over 43000; at 0.9; over 2000
+)";
+
+/// Skipped where there are neither root's rights nor user namespaces.
+const char inOwnFolders[] = R"SH(
+    [ "$(id -u)" = 0 ] || user=--map-root-user
+    unshare --mount $user true || exit 77
+    exec unshare --mount $user sh -ec '
+        mount -t tmpfs tmpfs /usr/local/share
+        mount -t tmpfs tmpfs /var
+        exec "$0" "$@"' "$0" "$@"
+)SH";
+
+constexpr int waits = -1; // instead of an exit status
+const char usualPath[] = "/var/usb/zepra_update_v2.tar.gz";
+const QString firmwareFolder = "/usr/local/share/zentar/atmega/";
+QString s_goneFile;
+
+class RecordKeeper : public plog::IAppender
+{
+public:
+    void write(const plog::Record &record) override
+    {
+        static const char *const severities[] = { "NONE", "FATAL", "ERROR", "WARN", "INFO" };
+        const plog::util::nstring text = record.getMessage();
+        MessageLog::note(QString("%1 %2").arg(severities[record.getSeverity()], text.c_str()));
+    }
+};
+
+/// All that a part of a run is made of.
+QStringList expanded(const QString &part)
+{
+    const QString all = parts;
+    const int at = all.indexOf('\n' + part.section(' ', 0, 0) + ": ");
+    if (at < 0)
+        return { part };
+    QStringList lines;
+    for (QString piece : all.mid(at + 1).section('\n', 0, 0).section(": ", 1).split("; "))
+        lines += expanded(piece.replace("%1", part.section(' ', 1)));
+    return lines;
+}
+
+} // namespace
+
+/// Comes before Qt's own: one file has gone since its folder was listed.
+bool QFile::exists(const QString &path)
+{
+    return path != s_goneFile && QFileInfo::exists(path);
+}
+
+class ApplicationControllerTest : public QObject
+{
+    Q_OBJECT
+
+public slots:
+    void noteChange();
+    void turn();
+
+private slots:
+    void initTestCase();
+    void runs_data();
+    void runs();
+    void storedLanguages();
+    void workersEndWithTheirController_data();
+    void workersEndWithTheirController();
+
+private:
+    QString setting(const char *name, const char *usual) const
+    {
+        return m_settings.value(name, usual);
+    }
+    void prepare();
+    void watch(ApplicationController *controller);
+    static void tapYes();
+    void take(const QString &action, ApplicationController *controller);
+
+    QHash<QString, QString> m_settings; ///< of the row
+    QSemaphore m_turns;
+};
+
+void ApplicationControllerTest::initTestCase()
+{
+    static RecordKeeper keeper;
+    plog::init(plog::debug, &keeper);
+}
+
+void ApplicationControllerTest::runs_data()
+{
+    QTest::addColumn<QString>("differs");
+    QTest::addColumn<QString>("happens");
+    for (const QString &row : QString(rows)
+                                      .replace("AFW_", "ZEPRA_AFW_")
+                                      .replace("LONG", QString(42, '8'))
+                                      .split('\n', Qt::SkipEmptyParts))
+        QTest::newRow(qPrintable(row.section('|', 0, 0)))
+                << row.section('|', 1, 1).trimmed() << row.section('|', 2).trimmed();
+}
+
+/// The archive's drive, the firmware files and the instrument, as the row has them.
+void ApplicationControllerTest::prepare()
+{
+    const char *const script = R"SH(
+        rm -rf /var/usb /usr/local/share/zentar
+        mkdir -p /var/usb
+        case $1 in /var/usb/*) touch "$1" ;; esac
+        age=$#
+        while shift; [ $# -gt 0 ]; do
+            mkdir -p /usr/local/share/zentar/atmega
+            cd /usr/local/share/zentar/atmega
+            case $1 in */) mkdir "$1" ;; *@) ln -s /nowhere "${1%@}" ;; *) : >"$1" ;; esac
+            touch -h -d "$((age -= 1)) days ago" "${1%@}"
+        done
+    )SH";
+    const QStringList files = setting("files", "ZEPRA_AFW_2.07.hex").split(' ', Qt::SkipEmptyParts);
+    const QStringList arguments = { "-ec", script, "sh", setting("path", usualPath) };
+    QCOMPARE(QProcess::execute("sh", arguments + files), 0);
+    s_goneFile = firmwareFolder + setting("gone", "");
+
+    const auto code = [this](const char *name) {
+        return static_cast<VRK_ResultCode>(setting(name, "0").toInt());
+    };
+    fakeInstrument() = {};
+    fakeInstrument().initializeResult = code("library");
+    fakeInstrument().deviceInfo = [=](VRK_DeviceInfo *info) {
+        setting("system", "1.0")
+                .toStdString()
+                .copy(info->systemVersion, sizeof info->systemVersion);
+        setting("board", "2.06")
+                .toStdString()
+                .copy(info->atmegaVersion, sizeof info->atmegaVersion);
+        return code("query");
+    };
+    fakeInstrument().status = [=](VRK_Status *status) {
+        status->boardConnected = static_cast<std::uint8_t>(setting("connected", "1").toInt());
+        return code("query");
+    };
+    fakeInstrument().flash = [=](const VRK_ProgressCallback *progress) {
+        progress->function(progress->userData, 1, 2);
+        return code("flash");
+    };
+    fakeInstrument().shell = [=](const QString &line) {
+        if (!line.startsWith("gzip"))
+            return line == setting("fails", "") || line.endsWith("grep -c mmcblk1p4") ? 256 : 0;
+        MessageLog::note(line);
+        m_turns.acquire(m_turns.available());
+        QMetaObject::invokeMethod(this, "turn", Qt::QueuedConnection);
+        return m_turns.tryAcquire(1, 5000) ? int(code("gzip")) : 256;
+    };
+}
+
+/// Notes the property whose change has been signalled.
+void ApplicationControllerTest::noteChange()
+{
+    const QMetaObject &meta = ApplicationController::staticMetaObject;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        if (meta.property(i).notifySignalIndex() == senderSignalIndex())
+            MessageLog::note(meta.property(i).name()
+                             + ('=' + meta.property(i).read(sender()).toString()));
+    }
+}
+
+/// Notes the properties and, from then on, their changes.
+void ApplicationControllerTest::watch(ApplicationController *controller)
+{
+    const QMetaObject &meta = ApplicationController::staticMetaObject;
+    const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("noteChange()"));
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        MessageLog::note(meta.property(i).name()
+                         + ('=' + meta.property(i).read(controller).toString()));
+        if (meta.property(i).hasNotifySignal())
+            connect(controller, meta.property(i).notifySignal(), this, slot);
+    }
+}
+
+/// The main thread processes its events.
+void ApplicationControllerTest::turn()
+{
+    MessageLog::note("turn");
+    m_turns.release();
+}
+
+/// A finger's worth of events that wait for the next turn.
+void ApplicationControllerTest::tapYes()
+{
+    for (const QEvent::Type type : { QEvent::MouseButtonPress, QEvent::MouseButtonRelease }) {
+        const bool down = type == QEvent::MouseButtonPress;
+        auto *event = new QMouseEvent(type, { 200, 456 }, Qt::LeftButton,
+                                      down ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::postEvent(QGuiApplication::topLevelWindows().first(), event);
+    }
+}
+
+void ApplicationControllerTest::take(const QString &action, ApplicationController *controller)
+{
+    auto *installer = controller->findChild<VRKUpdate *>();
+    MessageLog::note("> " + action);
+    if (action == "yes") {
+        controller->handleButtonContinue();
+    } else if (action == "installed") {
+        emit installer->resultReady(true);
+    } else if (action == "reported") {
+        emit installer->progressChanged(0.1, 1000);
+        emit installer->progressChanged(0.9, 43000);
+        emit controller->findChild<AtmegaUpdate *>()->progressChanged(0.05, 2000);
+        emit controller->findChild<AtmegaUpdate *>()->progressChanged(0.9, 2000);
+    } else { // a button that ends the run, but processes the pending events before
+        QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
+        if (action.startsWith("tap"))
+            tapYes();
+        action.endsWith("no") ? controller->handleButtonCancel() : controller->handleButtonPress();
+        MessageLog::note("pressed");
+    }
+}
+
+void ApplicationControllerTest::runs()
+{
+    QFETCH(QString, differs);
+    QFETCH(QString, happens);
+    m_settings.clear();
+    for (const QString &item : differs.split(", "))
+        m_settings[item.section('=', 0, 0)] = item.section('=', 1);
+    prepare();
+    const bool silent = m_settings.contains("silent");
+    const QString path = setting("path", usualPath);
+    const int mode = setting("mode", "0").toInt();
+    const bool debug = m_settings.contains("debug");
+
+    const MessageLog log(thread());
+    ApplicationController controller(static_cast<ApplicationController::UpdaterMode>(mode), debug,
+                                     silent, path, nullptr);
+    watch(&controller);
+    QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
+    if (m_settings.contains("tap"))
+        tapYes();
+    QStringList actions = setting("then", "").split(' ', Qt::SkipEmptyParts);
+    bool answered = false;
+    int restingPolls = 0;
+    QTimer poll;
+    connect(&poll, &QTimer::timeout, [&] {
+        const bool rests = (answered || !controller.isProgressBarVisible())
+                && !controller.findChild<VRKUpdate *>()->isRunning()
+                && !controller.findChild<AtmegaUpdate *>()->isRunning();
+        restingPolls = rests ? restingPolls + 1 : 0;
+        if (restingPolls < 2) // what a worker has reported comes between them
+            return;
+        restingPolls = 0;
+        if (actions.isEmpty())
+            return QCoreApplication::exit(waits);
+        answered = true;
+        take(actions.takeFirst(), &controller);
+    });
+    poll.start(20);
+    QTimer::singleShot(20000, &poll, [] { QCoreApplication::exit(99); });
+    const int status = QCoreApplication::exec();
+    if (status != waits)
+        MessageLog::note(QString("exit %1").arg(status));
+
+    QStringList expected;
+    QHash<QString, QString> values;
+    for (const QString &part : ("begins; " + happens).split("; ")) {
+        for (QString line : expanded(part)) {
+            line.replace("MODE", QString::number(mode))
+                    .replace("PATH", path)
+                    .replace("FOLDER", firmwareFolder);
+            line.replace("DEBUG", QString::number(debug)).replace("QUERY", setting("query", "0"));
+            line.replace("SILENT", QVariant(silent).toString())
+                    .replace("ASKING", QVariant(!silent).toString());
+            QString &last = values[line.section('=', 0, 0)];
+            if (last != line || !line.contains('='))
+                expected << line;
+            last = line;
+        }
+    }
+    compareLines(log.take(), expected);
+    QCOMPARE(fakeInstrument().userData, static_cast<void *>(&controller));
+}
+
+/// What stands in the settings' group, and the label that it leads to.
+void ApplicationControllerTest::storedLanguages()
+{
+    fakeInstrument().processor = "x86_64"; // whose translations lie beside the program
+    const char *const languages[][2] = {
+        { "language=2", "Neu starten" },
+        { "language=12", "Перезагрузить" },
+        { "language=\"12\"", "Перезагрузить" },
+        { "language=0", "Reboot" },
+        { "language=13", "Reboot" },
+        { "language=-1", "Reboot" },
+        { "language=ru", "Reboot" },
+        { "language=12.5", "Reboot" },
+        { "language=1, 2", "Reboot" },
+        { "; nothing", "Reboot" },
+    };
+    QVERIFY(QDir().mkpath("/var/zepra/vrk-gui"));
+    QFile settings("/var/zepra/vrk-gui/settings.ini");
+    for (const auto &[stored, label] : languages) {
+        const QByteArray content = QByteArray("[Regional]\n") + stored + "\n";
+        QVERIFY(settings.open(QIODevice::WriteOnly) && settings.write(content) > 0);
+        settings.close();
+        {
+            const ApplicationController controller(ApplicationController::DISPLAY_ERROR, false,
+                                                   false, QString(), nullptr);
+            QCOMPARE(controller.buttonText(), label);
+            const auto *engine = controller.findChild<QQmlApplicationEngine *>();
+            QVERIFY(engine->importPathList().contains("qrc:/"));
+            QVERIFY(engine->rootContext()->contextProperty("_localeManager").value<QObject *>()
+                    != nullptr);
+        }
+        QVERIFY(settings.open(QIODevice::ReadOnly));
+        QCOMPARE(settings.readAll(), content);
+        settings.close();
+    }
+    QVERIFY(settings.remove());
+}
+
+void ApplicationControllerTest::workersEndWithTheirController_data()
+{
+    QTest::addColumn<bool>("flash");
+    QTest::addColumn<QStringList>("end");
+    QTest::newRow("installer") << false << QStringList { "AtmegaUpdate", "worked", "VRKUpdate" };
+    QTest::newRow("flash") << true << QStringList { "worked", "AtmegaUpdate", "VRKUpdate" };
+}
+
+/// A second start is refused while a worker runs. The controller's end awaits its command, or its
+/// flash.
+void ApplicationControllerTest::workersEndWithTheirController()
+{
+    QFETCH(bool, flash);
+    QFETCH(QStringList, end);
+    QSemaphore begun;
+    QSemaphore gate;
+    const auto work = [&] {
+        begun.release();
+        gate.acquire();
+        MessageLog::note("worked");
+        return VRK_RESULT_OK;
+    };
+    fakeInstrument() = {};
+    fakeInstrument().shell = [&](const QString &) { return work(); };
+    fakeInstrument().flash = [&](const VRK_ProgressCallback *) { return work(); };
+    auto controller = std::make_unique<ApplicationController>(ApplicationController::UPDATE_ZEPRA,
+                                                              false, false, "/", nullptr);
+    QCoreApplication::processEvents(); // up to the question
+    for (QObject *child : controller->children())
+        connect(child, &QObject::destroyed,
+                [name = child->metaObject()->className()] { MessageLog::note(name); });
+    auto *installer = controller->findChild<VRKUpdate *>();
+    auto *board = controller->findChild<AtmegaUpdate *>();
+    installer->setImagePath("/");
+    board->setImagePath("/");
+    watch(controller.get());
+
+    const MessageLog log(thread());
+    (flash ? static_cast<QThread *>(board) : installer)->start();
+    QVERIFY(begun.tryAcquire(1, 10000));
+    controller->handleButtonContinue();
+    std::thread opener([&] {
+        QThread::msleep(200);
+        gate.release(100);
+    });
+    controller.reset();
+    opener.join();
+    const QStringList begin = flash ? QStringList("VRK_FlashATMEGA_file /") : QStringList();
+    compareLines(log.take(),
+                 begin + expanded("accepted")
+                         << "warning: Update is already running in background thread!" << end
+                         << "QQmlApplicationEngine"
+                         << "LocaleManager");
+}
+
+/// Starts the program once more, with empty folders of its own over the instrument's.
+int main(int argc, char **argv)
+{
+    if (!qEnvironmentVariableIsSet("VRK_OWN_FOLDERS")) {
+        qputenv("VRK_OWN_FOLDERS", "yes");
+        std::vector<char *> arguments = { qstrdup("sh"), qstrdup("-c"), qstrdup(inOwnFolders) };
+        arguments.insert(arguments.end(), argv, argv + argc + 1);
+        return execvp("sh", arguments.data());
+    }
+    const QGuiApplication application(argc, argv);
+    ApplicationControllerTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_applicationcontroller.moc"
