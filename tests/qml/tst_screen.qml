@@ -184,6 +184,7 @@ TestCase {
         change({ isProgressBarIndeterminate: true })
         compare([stripes.children.length, fill.visible, stripes.visible], [26 + 1, false, true]) // and their repeater
         compare([String(stripes.children[0].color), String(stripes.children[25].color)], ["#d9d9d9", "#009444"])
+        tryCompare(stripes.children[25], "x", 25 * 20)
     }
 
     function test_values() {
