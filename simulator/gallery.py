@@ -25,7 +25,6 @@ from .instrument import Settings
 from .screen import SMALLEST
 from .view import TRACK, View, bar_place, differing, letter
 from .viewer import LOCALES
-from .watcher import Shot
 
 REACTION_SECONDS = 0.3
 PATIENCE_SECONDS = 60
@@ -55,22 +54,13 @@ class Scene:
     arguments: tuple = ("-u", ARCHIVE)
 
 
-@dataclass(frozen=True)
-class Taken:
-    """What came of a scene: its pictures by name, all that was on the screen, the updater's end."""
-
-    pictures: dict[str, Image.Image]
-    shots: list[Shot]
-    exit_status: int
-    output: str
-
-
 def is_leaving(view):
     return view.bar == "busy" and not view.button
 
 
 YES = Step(lambda view: view.focus == "yes", touch="yes")
-ERROR = Step(lambda view: view.focus == "button", "error", touch="button")
+FINAL = Step(lambda view: view.focus == "button", "final", touch="button")
+ERROR = replace(FINAL, picture="error")
 LEAVING = Step(is_leaving, "rebooting")
 UNDERWAY = {"gzip": 1, "sed": 3}  # While sed waits, the bar fills.
 
@@ -80,7 +70,7 @@ SCENES = {
         replace(YES, picture="confirm"),
         Step(lambda view: view.bar == "busy" and not view.pair, "checking"),
         Step(lambda view: view.fill > 0.48, "installing"),
-        replace(ERROR, picture="final"),
+        FINAL,
         LEAVING), Settings(initialize_ms=600, delays=UNDERWAY, page_ms=2)),
     "no": Scene((
         Step(lambda view: view.focus == "yes", "unknown", touch="no"),
@@ -99,8 +89,8 @@ KEPT = {"welcome": "update", "confirm": "update", "checking": "update", "install
 
 
 def take(scene, build, language=1, size=SMALLEST):
-    """Runs the updater through a scene, given itself or by its name; returns what was Taken."""
-    scene = SCENES.get(scene, scene)
+    """Runs the updater through the scene of that name; returns its pictures by their names."""
+    scene = SCENES[scene]
     pictures = {}
     with run_updater(scene.arguments, replace(scene.settings, language=language), build=build, size=size) as run:
         for step in scene.steps:
@@ -110,9 +100,8 @@ def take(scene, build, language=1, size=SMALLEST):
             if step.touch:
                 time.sleep(REACTION_SECONDS)
                 run.screen.press(step.touch)
-        status = run.wait(PATIENCE_SECONDS)
-        run.watcher.stop()
-        return Taken(pictures, run.watcher.shots, status, run.output())
+        run.wait(PATIENCE_SECONDS)
+    return pictures
 
 
 def small(picture):
@@ -157,7 +146,7 @@ def save(picture, path):
 
 
 def make_gallery(build):
-    taken = {scene: take(scene, build).pictures for scene in set(KEPT.values())}
+    taken = {scene: take(scene, build) for scene in set(KEPT.values())}
     for name, scene in KEPT.items():
         path, picture = IMAGES / f"{name}.png", taken[scene][name]
         if path.exists() and unlike(picture, Image.open(path)) <= SAME_PIXELS:
@@ -171,7 +160,7 @@ def make_sheets(build, locales, folder):
 
     def make(locale):
         language = LOCALES.index(locale) + 1
-        pictures = [picture for scene in SCENES for name, picture in take(scene, build, language).pictures.items()
+        pictures = [picture for scene in SCENES for name, picture in take(scene, build, language).items()
                     if scene in ("update", "no") or name == "error"]
         save(sheet(pictures), folder / f"{locale}.png")
 

@@ -26,7 +26,7 @@ FIRMWARE = "zentar/atmega/ZEPRA_AFW_2.07.hex"  # in this size no screen is wide 
 def test_looks_as_kept(parts, tmp_path, scene, size, language, names):
     """Beside the README's pictures; those of the other size and language lie here."""
     folder = gallery.IMAGES if size == SMALL else Path(__file__).with_name("pictures")
-    taken, unlike = gallery.take(scene, parts, language, size).pictures, {}
+    taken, unlike = gallery.take(scene, parts, language, size), {}
     for name in names.split():
         gallery.save(taken[name], tmp_path / f"{name}.png")
         unlike[name] = gallery.unlike(taken[name], Image.open(folder / f"{name}.png"))
