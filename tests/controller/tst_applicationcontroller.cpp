@@ -22,100 +22,6 @@
 
 namespace {
 
-/// What runs are made of; %1 is what stands behind the name. Where a property has its value already
-/// nothing changes, and the line is left out.
-const char parts[] = R"(
-begins: info: ApplicationController::ApplicationController init with mode:  MODE  Path: "PATH"; loaded; welcome
-loaded: instructionsText=; message=; buttonText=Reboot; isSilent=SILENT; isConfirmationVisible=ASKING; empty
-empty: idle; isButtonVisible=false; progress=0; expectedDuration=1000
-idle: isProgressBarVisible=false; isProgressBarIndeterminate=false
-busy: isProgressBarVisible=true; isProgressBarIndeterminate=true
-welcome: message=Welcome to updater; busy; turn; VRK_Lib_Initialize 3 DEBUG
-knows: idle; VRK_GetDeviceInfo; VRK_GetStatus; INFO VRK_Status: QUERY
-asks: knows; question %1
-away: knows; WARN Measurement board not connected
-question: instructionsText=Please do not remove the usb drive or power off the device; sure %1
-sure: message=Are you sure you want to update the system from %1?
-yes: > yes; accepted
-accepted: isConfirmationVisible=false; message=Welcome to updater; busy
-no: > no; leaves Cancelling...
-reboot: > reboot; leaves Rebooting...
-leaves: isButtonVisible=false; busy; message=%1; turn; pressed; exit 0
-error: isConfirmationVisible=false; message=%1; isButtonVisible=true; isProgressBarVisible=false
-broken: error Error upgrading firmware
-noDrive: knows; error Error upgrading firmware: Please check USB drive
-noLibrary: error Failed to initialize VRK library
-checks: isButtonVisible=false; busy; message=Checking for updates
-missing: checks; ERROR Could not find file PATH; error Required update files missing
-tests: checks; gzip -t %1; turn
-corrupt: tests PATH; error Error upgrading firmware: corrupt archive
-fills: message=Upgrading...; isProgressBarIndeterminate=false; over 3000; at 0.1; over 4000; at 0.15; at 0.2; tars
-tars: over 43000; at 0.9; over 3000; at 0.99
-installs: fills; over 20; at 1
-over: expectedDuration=%1
-at: warning: Progress update: %1; progress=%1
-installed: asks 1.0 to 2; > installed
-versions: INFO Current ATMEGA version: %1
-to: INFO New ATMEGA version: %1
-flashes: INFO AtmegaUpdate::setImagePath: FOLDER%1; VRK_FlashATMEGA_file FOLDER%1; over 2000
-renews: versions %1; to 2.07; flashes ZEPRA_AFW_2.07.hex
-flashed: renews %1; at 0.05
-same: INFO Versions are the same, ignoring ATMEGA update; success
-absent: ERROR Measurement board not connected, ignoring ATMEGA update; success
-success: instructionsText=Please remove USB and then select Reboot; error Firmware upgrade successful
-quietly: WARN Update finished successfully, please reboot the device to complete update; exit 0
-notFlashed: error Error upgrading measurement board firmware
-)";
-
-/// Name; how it differs from an interactive run that meets no trouble and no answer; what happens.
-const char rows[] = R"(
-question || asks 1.0 to 2
-percent signs | path=/zepra_update_v%1%2.tar.gz, system=%2 | asks %2 to %1%2
-not Latin | path=/zepra_update_v3-б.tar.gz, system=1б | asks 1б to 3-б
-no version | path=/update.tar.gz | asks 1.0 to unknown
-empty version | path=/zepra_update_v.tar.gz | asks 1.0 to unknown
-suffix before prefix | path=/a.tar.gz/zepra_update_v2.tar.gz | asks 1.0 to unknown
-first prefix | path=/zepra_update_v1/zepra_update_v2.tar.gz | asks 1.0 to 1/zepra_update_v2
-letter case of the suffix | path=/zepra_update_v3.TAR.GZ | asks 1.0 to unknown
-letter case of the prefix | path=/ZEPRA_UPDATE_v3.tar.gz | asks 1.0 to unknown
-no suffix | path=/zepra_update_v3 | asks 1.0 to unknown
-library knows nothing | system=, connected=0, query=35 | away; question  to 2
-no NUL | system=777777777777777777777777, connected=2 | asks 777777777777777777777 to 2
-no | then=no | asks 1.0 to 2; no
-tap before the picture | tap=yes, path=/nowhere/a.gz | asks 1.0 to unknown; accepted; missing
-no, tap on yes | then=tap+no | asks 1.0 to 2; > tap+no; leaves Cancelling...
-no archive | mode=1, path=, then=reboot | noDrive; reboot
-no archive, silent | mode=1, silent=true, debug=1 | noDrive
-no archive, yes | mode=1, then=yes | noDrive; yes
-library fails | library=5 | noLibrary
-library fails, silent | library=-1, mode=1, silent=true | noLibrary
-missing | path=/nowhere/б.gz, silent=true | knows; missing
-missing, yes twice | path=/nowhere/a.gz, then=yes yes | asks 1.0 to unknown; yes; missing; yes; missing
-corrupt | gzip=256, silent=true | knows; corrupt
-gzip killed | gzip=9, silent=true | knows; corrupt
-no shell, yes | gzip=-1, then=yes | asks 1.0 to 2; yes; corrupt
-folder | path=/var/usb/., gzip=256, silent=true | knows; corrupt
-all | then=yes reboot | asks 1.0 to 2; yes; tests PATH; installs; renews 2.06; success; reboot
-all, silent | path=/var/usb/a б.gz, silent=true | knows; tests 'PATH'; installs; renews 2.06; success; quietly
-not installed | fails=sed -i 's/mmcblk1p3/mmcblk1p4/g' /etc/fstab, silent=true | knows; tests PATH; fills; broken
-not flashed, silent | flash=35, silent=true | knows; tests PATH; installs; renews 2.06; notFlashed; exit 1
-not flashed | flash=-1, then=installed reboot | installed; flashed 2.06; notFlashed; reboot
-same | board=2.07, then=installed | installed; versions 2.07; to 2.07; same
-newer board | board=2.08, then=installed | installed; flashed 2.08; success
-almost the same | board=2.7, then=installed | installed; flashed 2.7; success
-board without version | board=, then=installed | installed; flashed ; success
-file without | files=AFW_.hex, then=installed | installed; versions 2.06; to ; flashes AFW_.hex; at 0.05; success
-both without | board=, files=AFW_.hex, then=installed | installed; versions ; to ; same
-file's letter case | files=zepra_afw_6.HEX, then=installed | installed; versions 2.06; to ; flashes zepra_afw_6.HEX; at 0.05; success
-board's text without NUL | board=LONG9, files=AFW_LONG.hex, then=installed | installed; versions LONG; to LONG; same
-not connected | connected=0, then=installed | away; question 1.0 to 2; > installed; versions 2.06; to 2.07; absent
-oldest | files=AFW_0.hex@ AFW_1.hex/ AFW_2.hex.bak AFW_5.hex AFW_6.hex AFW_4.hex, then=installed | installed; versions 2.06; to 5; flashes AFW_5.hex; at 0.05; success
-no file | files=AFW_0.hex@ AFW_1.hex/ AFW_2.hex~, then=installed | installed; broken
-no folder | files=, then=installed | installed; broken
-gone | gone=AFW_2.07.hex, then=installed | installed; error ATMEGA update file missing: FOLDERAFW_2.07.hex
-progress | then=reported | asks 1.0 to 2; > reported; at 0.1; over 43000; at 0.9; over 2000
-)";
-
 /// Skipped where there are neither root's rights nor user namespaces.
 const char inOwnFolders[] = R"SH(
     [ "$(id -u)" = 0 ] || user=--map-root-user
@@ -142,10 +48,16 @@ public:
     }
 };
 
+QString tables()
+{
+    QFile file(QFINDTESTDATA("runs.txt"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QString();
+}
+
 /// All that a part of a run is made of.
 QStringList expanded(const QString &part)
 {
-    const QString all = parts;
+    const QString all = tables();
     const int at = all.indexOf('\n' + part.section(' ', 0, 0) + ": ");
     if (at < 0)
         return { part };
@@ -203,10 +115,8 @@ void ApplicationControllerTest::runs_data()
 {
     QTest::addColumn<QString>("differs");
     QTest::addColumn<QString>("happens");
-    for (const QString &row : QString(rows)
-                                      .replace("AFW_", "ZEPRA_AFW_")
-                                      .replace("LONG", QString(42, '8'))
-                                      .split('\n', Qt::SkipEmptyParts))
+    const QString all = tables().replace("LONG", QString(42, '8'));
+    for (const QString &row : all.split('\n').filter(" | "))
         QTest::newRow(qPrintable(row.section('|', 0, 0)))
                 << row.section('|', 1, 1).trimmed() << row.section('|', 2).trimmed();
 }

@@ -7,54 +7,30 @@
 
 namespace {
 
-enum Failure { // what it means that a command fails, or that the mount table says the contrary
-    Ends,
-    EndsAfterNext,
-    SkipsNext,
-    GoesOn,
-    Always, // goes on, and comes even in a run that is asked to end
-};
-
 struct Step {
-    const char *before; // a message
-    const char *command;
-    Failure failure;
-    const char *warning; // of the failure
-    const char *progress; // after the command
+    QString command;
+    QString failure; ///< what the run does then; "always": and it comes in a run asked to end, too
+    QString before; ///< a message
+    QString warning; ///< of the failure
+    QString progress; ///< after the command
 };
 
-/// A whole run. ACTIVE is the partition in use, OTHER the one that is not.
-// clang-format off
-const Step wholeRun[] = {
-    { "warning: Unpacking prepare setup script",
-      "tar -xf ARCHIVE usr/local/bin/zepra-prepare-update.sh -C /tmp",
-      SkipsNext, "Unpacking prepare setup failed", "" },
-    { "warning: Starting prepare setup script",
-      "chmod +x /tmp/usr/local/bin/zepra-prepare-update.sh && /tmp/usr/local/bin/zepra-prepare-update.sh",
-      GoesOn, "prepare setup failed", "" },
-    { "", "mount | grep -c mmcblk1p3", EndsAfterNext, "Could not find active partition", "" },
-    { "", "mount | grep -c mmcblk1p4", Ends, "Could not find active partition", "" },
-    { "debug: activePartition:  \"ACTIVE\" inactivePartition:  \"OTHER\"",
-      "cat /etc/fstab | grep -c /dev/ACTIVE", Ends, "Cannot find active partition in /etc/fstab", "" },
-    { "warning: Unmounting active partition  \"ACTIVE\"",
-      "umount -l /dev/ACTIVE", Ends, "Unmounting active partition failed!", "" },
-    { "warning: Mounting inactive partition \"OTHER\"",
-      "mount /dev/OTHER /usr/local", Ends, "Mounting inactive partition failed!", "0.15 4000" },
-    { "warning: Clearing inactive partition \"OTHER\"",
-      "rm -rf /usr/local/*", Ends, "Clearing inactive partition failed!", "0.2 4000" },
-    { "warning: Extracting files...", "tar xvzf ARCHIVE -C /", Ends, "Extract failed", "0.9 43000" },
-    { "", "sync", GoesOn, "", "0.99 3000" },
-    { "warning: Making setup script executable",
-      "chmod +x /usr/local/bin/zepra-setup.sh", GoesOn, "", "" },
-    { "warning: Starting setup script",
-      "/usr/local/bin/zepra-setup.sh", Ends, "CSetup script failed", "" },
-    { "warning: Restore completed successfully!",
-      "sed -i 's/ACTIVE/OTHER/g' /etc/fstab", Ends, "Changing fstab failed", "" },
-    { "debug: Set activePartition to  \"OTHER\"", "sync", Always, "", "1 20" },
-};
-// clang-format on
-constexpr int commands = std::size(wholeRun);
-constexpr int none = commands;
+QVector<Step> readSteps()
+{
+    QVector<Step> steps;
+    QFile table(QFINDTESTDATA("commands.txt"));
+    table.open(QIODevice::ReadOnly);
+    for (const QString &line : QString(table.readAll()).split('\n')) {
+        const QStringList column = line.split('\t');
+        if (column.size() == 5 && !line.startsWith('#'))
+            steps << Step { column[0], column[1], column[2], column[3], column[4] };
+    }
+    return steps;
+}
+
+const QVector<Step> wholeRun = readSteps();
+const int commands = wholeRun.size();
+const int none = commands;
 constexpr int failed = 256; // as system() says of a command that exits with 1
 
 /// What one run meets.
@@ -74,10 +50,9 @@ QString here()
     return folder.path();
 }
 
-QString filled(const char *text, const Case &run)
+QString filled(QString text, const Case &run)
 {
-    return QString(text)
-            .replace("ARCHIVE", QString(run.word).arg(here()))
+    return text.replace("ARCHIVE", QString(run.word).arg(here()))
             .replace("ACTIVE", run.swapped ? "mmcblk1p4" : "mmcblk1p3")
             .replace("OTHER", run.swapped ? "mmcblk1p3" : "mmcblk1p4");
 }
@@ -88,9 +63,9 @@ QStringList expectedRun(Case run)
     bool result = true;
     for (int place = 0; place < commands && result; ++place) {
         const Step &step = wholeRun[place];
-        if (*step.before != '\0')
+        if (!step.before.isEmpty())
             lines << filled(step.before, run);
-        if (place > run.interrupted && step.failure != Always) {
+        if (place > run.interrupted && step.failure != "always") {
             lines << "warning: Update interrupted";
             result = false;
             break;
@@ -103,16 +78,16 @@ QStringList expectedRun(Case run)
               << (command.endsWith("-C /tmp") ? "/tmp" : here()) + "$ " + command;
 
         if (place == run.failing) {
-            if (step.failure == EndsAfterNext)
+            if (step.failure == "ends after next")
                 ++run.failing;
-            else if (*step.warning != '\0')
-                lines << QString("warning: ") + step.warning;
-            result = step.failure != Ends;
-            if (step.failure == SkipsNext)
+            else if (!step.warning.isEmpty())
+                lines << "warning: " + step.warning;
+            result = step.failure != "ends";
+            if (step.failure == "skips next")
                 ++place;
         }
-        if (result && *step.progress != '\0')
-            lines << QString("progress ") + step.progress;
+        if (result && !step.progress.isEmpty())
+            lines << "progress " + step.progress;
     }
     return lines << QString("result %1").arg(result) << "debug: -VRKUpdate::run";
 }
@@ -126,7 +101,7 @@ class VrkUpdateTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QVERIFY(QDir::setCurrent(here())); }
+    void initTestCase() { QVERIFY(commands > 0 && QDir::setCurrent(here())); }
     void runs_data();
     void runs();
     void refusals_data();
