@@ -1,7 +1,5 @@
 #include "messagelog.h"
 
-#include <QRegularExpression>
-
 #include <mutex>
 
 namespace {
@@ -35,15 +33,6 @@ void MessageLog::note(const QString &line)
 {
     const std::lock_guard<std::mutex> lock(s_mutex);
     s_lines << line;
-}
-
-QStringList MessageLog::messages(const QString &kind)
-{
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    if (kind.isEmpty())
-        return s_lines;
-    const QRegularExpression prefix('^' + kind + ": ");
-    return s_lines.filter(prefix).replaceInStrings(prefix, QString());
 }
 
 QStringList MessageLog::take()

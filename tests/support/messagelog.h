@@ -17,9 +17,6 @@ public:
     /// Adds a line of another kind; on any thread.
     static void note(const QString &line);
 
-    /// All lines so far, or the messages of one kind without their "kind: ".
-    static QStringList messages(const QString &kind = QString());
-
     /// All lines so far, which are then forgotten.
     static QStringList take();
 
