@@ -80,9 +80,7 @@ void StartupTest::endBy(int signal)
 void StartupTest::commandLines_data()
 {
     QTest::addColumn<QString>("starts"); // with mode and path
-    const auto row = [](const char *arguments, const char *starts) {
-        QTest::newRow(arguments) << starts;
-    };
+    const auto row = [](const char *arguments, const char *starts) { QTest::newRow(arguments) << starts; };
     row("", "1  Path: \"\"");
     row("-u", "0  Path: \"\"");
     row("-u --silent", "0  Path: \"--silent\"");
@@ -138,9 +136,8 @@ void StartupTest::everySignalEndsTheLoop()
         for (int i = 0; i < count; ++i)
             signalQuit(SIGTERM);
         QCOMPARE(errno, 4711);
-        QTimer::singleShot(count == 0 ? 0 : 5000, [=] {
-            count == 0 ? void(std::raise(SIGTERM)) : QCoreApplication::exit(99);
-        });
+        QTimer::singleShot(count == 0 ? 0 : 5000,
+                           [=] { count == 0 ? void(std::raise(SIGTERM)) : QCoreApplication::exit(99); });
         QCOMPARE(QCoreApplication::exec(), 0);
     }
 }

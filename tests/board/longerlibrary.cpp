@@ -4,17 +4,12 @@
 #include <cstdio>
 #include <cstring>
 
-namespace {
-
-constexpr std::size_t length = 1000;
-
 template <typename Record>
-void fill(Record *record, std::size_t known)
+static VRK_ResultCode fill(Record *record, std::size_t known)
 {
-    std::memset(reinterpret_cast<char *>(record) + known, 0x5a, length - known);
+    std::memset(reinterpret_cast<char *>(record) + known, 0x5a, 1000 - known);
+    return VRK_RESULT_OK;
 }
-
-} // namespace
 
 VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback, void *, VRK_Lib_Mode, bool)
 {
@@ -23,14 +18,12 @@ VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback, void *, VRK_Lib_Mode, bool
 
 VRK_ResultCode VRK_GetDeviceInfo(VRK_DeviceInfo *info)
 {
-    fill(info, 244);
-    return VRK_RESULT_OK;
+    return fill(info, 244);
 }
 
 VRK_ResultCode VRK_GetStatus(VRK_Status *status)
 {
-    fill(status, 8);
-    return VRK_RESULT_OK;
+    return fill(status, 8);
 }
 
 #ifndef INCOMPLETE

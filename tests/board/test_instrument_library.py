@@ -2,15 +2,12 @@
 
 import gzip
 import os
-import signal
 import subprocess
-import time
 from pathlib import Path
 
 import pytest
+from simulator import SOURCES
 
-SOURCES = Path(__file__).resolve().parents[2]
-BUILD = Path(os.environ.get("VRK_BUILD", SOURCES / "build" / "dev"))
 LIBRARY = Path(__file__).with_name("longerlibrary.cpp")
 PROJECT = f"""\
 cmake_minimum_required(VERSION 3.21)
@@ -26,51 +23,42 @@ int main() { VRK_Status status; const ScopeLogger scope("main", false); return V
 """
 
 
-def make_library(folder, *definitions):
-    library = folder / "libvrk-embedded-api.so"
-    subprocess.run(["c++", "-std=c++17", "-shared", "-fPIC", f"-I{SOURCES}/src/board", *definitions,
-                    LIBRARY, "-o", library], check=True)
-    return library
-
-
-@pytest.mark.parametrize("definitions, said", [
-    ([], "Instrument library: /"),
-    (["-DVRK_EMBEDDED_API_BARE_NAMES"], "bare C names"),
-    (["-DINCOMPLETE"], "lacks VRK_FlashATMEGA_file(char const*, VRK_ProgressCallback const*) Looked for"),
-    ("text", "cannot be linked"),
-    (None, "There is no instrument library"),
+@pytest.mark.parametrize("source, definition, said, usable", [
+    (LIBRARY, "TYPED", "Instrument library: /", True),
+    (LIBRARY, "VRK_EMBEDDED_API_BARE_NAMES", "bare C names", True),
+    (LIBRARY, "INCOMPLETE", "lacks VRK_FlashATMEGA_file(char const*, VRK_ProgressCallback const*) Looked for", False),
+    ("/dev/null", "EMPTY", "ScopeLogger::~ScopeLogger()", False),
+    (None, "no library", "cannot be linked", False),
+    (None, "", "There is no instrument library", False),
 ])
-def test_a_named_library(tmp_path, definitions, said):
-    library = tmp_path / "libvrk-embedded-api.so"
-    if definitions == "text":
-        library.write_text("no library")
-    elif definitions is not None:
-        make_library(tmp_path, *definitions)
+def test_a_named_library(tmp_path, source, definition, said, usable):
+    library, build = tmp_path / "libvrk-embedded-api.so", tmp_path / "build"
+    if source:
+        subprocess.run(["c++", "-x", "c++", "-std=c++17", "-shared", "-fPIC", f"-I{SOURCES}/src/board",
+                        f"-D{definition}", source, "-o", library], check=True)
+    elif definition:
+        library.write_text(definition)
     (tmp_path / "CMakeLists.txt").write_text(PROJECT)
     (tmp_path / "program.cpp").write_text(PROGRAM)
-    configured = subprocess.run(["cmake", "-S", tmp_path, "-B", tmp_path / "build", f"-DVRK_EMBEDDED_API_LIBRARY={library}"],
+    configured = subprocess.run(["cmake", "-S", tmp_path, "-B", build, f"-DVRK_EMBEDDED_API_LIBRARY={library}"],
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
     assert said in " ".join(configured.stdout.split())
-    usable = isinstance(definitions, list) and "-DINCOMPLETE" not in definitions
     assert (configured.returncode == 0) == usable
     if usable:
-        subprocess.run(["cmake", "--build", tmp_path / "build"], check=True, stdout=subprocess.DEVNULL)
-        subprocess.run([tmp_path / "build" / "program"], check=True)
+        subprocess.run(["cmake", "--build", build], check=True, stdout=subprocess.DEVNULL)
+        subprocess.run([build / "program"], check=True)
 
 
-def test_the_updater_with_longer_records(tmp_path):
+def test_the_updater_with_longer_records(build, tmp_path):
     archive = tmp_path / "zepra_update_v2.tar.gz"
     archive.write_bytes(gzip.compress(b"not looked at on this processor"))
-    environment = {**os.environ, "LD_LIBRARY_PATH": str(BUILD / "tests" / "board" / "longer"),
+    environment = {**os.environ, "LD_LIBRARY_PATH": str(build / "tests/board/longer"),
                    "QT_QPA_PLATFORM": "offscreen", "QT_QUICK_BACKEND": "software", "ASAN_OPTIONS": "detect_leaks=0"}
-    log = tmp_path / "log"
-    with open(log, "wb") as output:
-        updater = subprocess.Popen([BUILD / "bin" / "vrk-updater", "-u", archive, "--silent"],
-                                   env=environment, stdout=output, stderr=output)
-        until = time.monotonic() + 60
-        while "-scope" not in log.read_text() and updater.poll() is None and time.monotonic() < until:
-            time.sleep(0.05)
-        updater.send_signal(signal.SIGTERM)
-        status = updater.wait(30)
-    assert (status, log.read_text().count("VRKUpdate::run")) == (0, 1), log.read_text()
-    assert "-scope" in log.read_text()
+    with subprocess.Popen([build / "bin/vrk-updater", "-u", archive, "--silent"], env=environment, text=True,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT) as updater:
+        seen = []
+        for line in updater.stdout:
+            seen.append(line.strip())
+            if line.startswith("-scope"):
+                updater.terminate()
+    assert (updater.returncode, seen.count("+VRKUpdate::run"), seen.count("-scope")) == (0, 1, 1), seen

@@ -60,8 +60,7 @@ void AtmegaUpdateTest::runs()
     QFETCH(int, code);
     QFETCH(QString, said);
     const QTemporaryDir folder;
-    QVERIFY(QDir(folder.path()).mkdir("ü")
-            && QFile(folder.filePath("ü/Ж.hex")).open(QFile::WriteOnly));
+    QVERIFY(QDir(folder.path()).mkdir("ü") && QFile(folder.filePath("ü/Ж.hex")).open(QFile::WriteOnly));
     const QString path = image.isEmpty() ? image : folder.filePath(image);
     fakeInstrument().flash = [code](const auto *progress) { return flash(progress, code); };
     fakeInstrument().processor = QString(QTest::currentDataTag()).section(' ', 0, 0);

@@ -92,10 +92,7 @@ private slots:
     void workersEndWithTheirController();
 
 private:
-    QString setting(const char *name, const char *usual) const
-    {
-        return m_settings.value(name, usual);
-    }
+    QString setting(const char *name, const char *usual) const { return m_settings.value(name, usual); }
     void prepare();
     void watch(ApplicationController *controller);
     static void tapYes();
@@ -141,18 +138,12 @@ void ApplicationControllerTest::prepare()
     QCOMPARE(QProcess::execute("sh", arguments + files), 0);
     s_goneFile = firmwareFolder + setting("gone", "");
 
-    const auto code = [this](const char *name) {
-        return static_cast<VRK_ResultCode>(setting(name, "0").toInt());
-    };
+    const auto code = [this](const char *name) { return static_cast<VRK_ResultCode>(setting(name, "0").toInt()); };
     fakeInstrument() = {};
     fakeInstrument().initializeResult = code("library");
     fakeInstrument().deviceInfo = [=](VRK_DeviceInfo *info) {
-        setting("system", "1.0")
-                .toStdString()
-                .copy(info->systemVersion, sizeof info->systemVersion);
-        setting("board", "2.06")
-                .toStdString()
-                .copy(info->atmegaVersion, sizeof info->atmegaVersion);
+        setting("system", "1.0").toStdString().copy(info->systemVersion, sizeof info->systemVersion);
+        setting("board", "2.06").toStdString().copy(info->atmegaVersion, sizeof info->atmegaVersion);
         return code("query");
     };
     fakeInstrument().status = [=](VRK_Status *status) {
@@ -179,8 +170,7 @@ void ApplicationControllerTest::noteChange()
     const QMetaObject &meta = ApplicationController::staticMetaObject;
     for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
         if (meta.property(i).notifySignalIndex() == senderSignalIndex())
-            MessageLog::note(meta.property(i).name()
-                             + ('=' + meta.property(i).read(sender()).toString()));
+            MessageLog::note(meta.property(i).name() + ('=' + meta.property(i).read(sender()).toString()));
     }
 }
 
@@ -190,8 +180,7 @@ void ApplicationControllerTest::watch(ApplicationController *controller)
     const QMetaObject &meta = ApplicationController::staticMetaObject;
     const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("noteChange()"));
     for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-        MessageLog::note(meta.property(i).name()
-                         + ('=' + meta.property(i).read(controller).toString()));
+        MessageLog::note(meta.property(i).name() + ('=' + meta.property(i).read(controller).toString()));
         if (meta.property(i).hasNotifySignal())
             connect(controller, meta.property(i).notifySignal(), this, slot);
     }
@@ -209,8 +198,8 @@ void ApplicationControllerTest::tapYes()
 {
     for (const QEvent::Type type : { QEvent::MouseButtonPress, QEvent::MouseButtonRelease }) {
         const bool down = type == QEvent::MouseButtonPress;
-        auto *event = new QMouseEvent(type, { 200, 456 }, Qt::LeftButton,
-                                      down ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+        auto *event = new QMouseEvent(type, { 200, 456 }, Qt::LeftButton, down ? Qt::LeftButton : Qt::NoButton,
+                                      Qt::NoModifier);
         QCoreApplication::postEvent(QGuiApplication::topLevelWindows().first(), event);
     }
 }
@@ -251,8 +240,8 @@ void ApplicationControllerTest::runs()
     const bool debug = m_settings.contains("debug");
 
     const MessageLog log(thread());
-    ApplicationController controller(static_cast<ApplicationController::UpdaterMode>(mode), debug,
-                                     silent, path, nullptr);
+    ApplicationController controller(static_cast<ApplicationController::UpdaterMode>(mode), debug, silent, path,
+                                     nullptr);
     watch(&controller);
     QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
     if (m_settings.contains("tap"))
@@ -284,12 +273,9 @@ void ApplicationControllerTest::runs()
     QHash<QString, QString> values;
     for (const QString &part : ("begins; " + happens).split("; ")) {
         for (QString line : expanded(part)) {
-            line.replace("MODE", QString::number(mode))
-                    .replace("PATH", path)
-                    .replace("FOLDER", firmwareFolder);
+            line.replace("MODE", QString::number(mode)).replace("PATH", path).replace("FOLDER", firmwareFolder);
             line.replace("DEBUG", QString::number(debug)).replace("QUERY", setting("query", "0"));
-            line.replace("SILENT", QVariant(silent).toString())
-                    .replace("ASKING", QVariant(!silent).toString());
+            line.replace("SILENT", QVariant(silent).toString()).replace("ASKING", QVariant(!silent).toString());
             QString &last = values[line.section('=', 0, 0)];
             if (last != line || !line.contains('='))
                 expected << line;
@@ -305,15 +291,9 @@ void ApplicationControllerTest::storedLanguages()
 {
     fakeInstrument().processor = "x86_64"; // whose translations lie beside the program
     const char *const languages[][2] = {
-        { "language=2", "Neu starten" },
-        { "language=12", "Перезагрузить" },
-        { "language=\"12\"", "Перезагрузить" },
-        { "language=0", "Reboot" },
-        { "language=13", "Reboot" },
-        { "language=-1", "Reboot" },
-        { "language=ru", "Reboot" },
-        { "language=12.5", "Reboot" },
-        { "language=1, 2", "Reboot" },
+        { "language=2", "Neu starten" }, { "language=12", "Перезагрузить" }, { "language=\"12\"", "Перезагрузить" },
+        { "language=0", "Reboot" },      { "language=13", "Reboot" },        { "language=-1", "Reboot" },
+        { "language=ru", "Reboot" },     { "language=12.5", "Reboot" },      { "language=1, 2", "Reboot" },
         { "; nothing", "Reboot" },
     };
     QVERIFY(QDir().mkpath("/var/zepra/vrk-gui"));
@@ -323,13 +303,12 @@ void ApplicationControllerTest::storedLanguages()
         QVERIFY(settings.open(QIODevice::WriteOnly) && settings.write(content) > 0);
         settings.close();
         {
-            const ApplicationController controller(ApplicationController::DISPLAY_ERROR, false,
-                                                   false, QString(), nullptr);
+            const ApplicationController controller(ApplicationController::DISPLAY_ERROR, false, false, QString(),
+                                                   nullptr);
             QCOMPARE(controller.buttonText(), label);
             const auto *engine = controller.findChild<QQmlApplicationEngine *>();
             QVERIFY(engine->importPathList().contains("qrc:/"));
-            QVERIFY(engine->rootContext()->contextProperty("_localeManager").value<QObject *>()
-                    != nullptr);
+            QVERIFY(engine->rootContext()->contextProperty("_localeManager").value<QObject *>() != nullptr);
         }
         QVERIFY(settings.open(QIODevice::ReadOnly));
         QCOMPARE(settings.readAll(), content);
@@ -363,12 +342,11 @@ void ApplicationControllerTest::workersEndWithTheirController()
     fakeInstrument() = {};
     fakeInstrument().shell = [&](const QString &) { return work(); };
     fakeInstrument().flash = [&](const VRK_ProgressCallback *) { return work(); };
-    auto controller = std::make_unique<ApplicationController>(ApplicationController::UPDATE_ZEPRA,
-                                                              false, false, "/", nullptr);
+    auto controller = std::make_unique<ApplicationController>(ApplicationController::UPDATE_ZEPRA, false, false, "/",
+                                                              nullptr);
     QCoreApplication::processEvents(); // up to the question
     for (QObject *child : controller->children())
-        connect(child, &QObject::destroyed,
-                [name = child->metaObject()->className()] { MessageLog::note(name); });
+        connect(child, &QObject::destroyed, [name = child->metaObject()->className()] { MessageLog::note(name); });
     auto *installer = controller->findChild<VRKUpdate *>();
     auto *board = controller->findChild<AtmegaUpdate *>();
     installer->setImagePath("/");
@@ -388,8 +366,7 @@ void ApplicationControllerTest::workersEndWithTheirController()
     const QStringList begin = flash ? QStringList("VRK_FlashATMEGA_file /") : QStringList();
     compareLines(log.take(),
                  begin + expanded("accepted")
-                         << "warning: Update is already running in background thread!" << end
-                         << "QQmlApplicationEngine"
+                         << "warning: Update is already running in background thread!" << end << "QQmlApplicationEngine"
                          << "LocaleManager");
 }
 

@@ -16,12 +16,10 @@ private slots:
 void ShellPathTest::everyPathIsOneWordForTheShell_data()
 {
     QTest::addColumn<bool>("plain"); // stands as it is
-    for (const char *path :
-         { "/media/usb/zepra_update_v3.4-rc_1,@%+=:/a.tar.gz", "-u.tar.gz", "h:a" })
+    for (const char *path : { "/media/usb/zepra_update_v3.4-rc_1,@%+=:/a.tar.gz", "-u.tar.gz", "h:a" })
         QTest::newRow(path) << true;
-    for (const char *path :
-         { "/usb stick/a", "/it's 'here'", "/a\"b\"", "/$(false)`false`$HOME", "~",
-           "/a;b|c&d>e<f(g)!h#i~j*k?l[m]n{o}p\\q", "/a\nfalse\n", "/a\n", "/更新" })
+    for (const char *path : { "/usb stick/a", "/it's 'here'", "/a\"b\"", "/$(false)`false`$HOME", "~",
+                              "/a;b|c&d>e<f(g)!h#i~j*k?l[m]n{o}p\\q", "/a\nfalse\n", "/a\n", "/更新" })
         QTest::newRow(path) << false;
 }
 

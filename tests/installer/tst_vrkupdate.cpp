@@ -74,8 +74,7 @@ QStringList expectedRun(Case run)
         QString echo;
         QDebug(&echo) << command;
         // Behind a member's name tar passes over a -C, so the folder must be the one it starts in.
-        lines << "debug: " + echo.trimmed()
-              << (command.endsWith("-C /tmp") ? "/tmp" : here()) + "$ " + command;
+        lines << "debug: " + echo.trimmed() << (command.endsWith("-C /tmp") ? "/tmp" : here()) + "$ " + command;
 
         if (place == run.failing) {
             if (step.failure == "ends after next")
@@ -121,8 +120,7 @@ void VrkUpdateTest::runs_data()
         QTest::addRow("interrupted during command %d", place)
                 << Case { "a.gz", "%1/a.gz", true, none, failed, place - 1 };
     }
-    QTest::addRow("interrupted during the last")
-            << Case { "a.gz", "%1/a.gz", true, none, failed, commands - 1 };
+    QTest::addRow("interrupted during the last") << Case { "a.gz", "%1/a.gz", true, none, failed, commands - 1 };
 }
 
 void VrkUpdateTest::runs()
@@ -176,8 +174,7 @@ void VrkUpdateTest::refusals()
     fakeInstrument().processor = processor;
     VRKUpdate update(nullptr);
     update.setImagePath(archive);
-    QStringList lines = { "debug: +VRKUpdate::run", "warning: " + warning, "result 0",
-                          "debug: -VRKUpdate::run" };
+    QStringList lines = { "debug: +VRKUpdate::run", "warning: " + warning, "result 0", "debug: -VRKUpdate::run" };
     const QStringList first = runWorker(&update);
     compareLines(runWorker(&update),
                  lines); // what it has reported already it does not report again

@@ -23,17 +23,15 @@ void LocaleManagerTest::folderFollowsTheProcessor()
     for (const char *name : { "arm", "armv7", "arm64", "ARM", "aarch64", "x86_64", "" }) {
         fakeInstrument().processor = name;
         QCOMPARE(translationDir(),
-                 qstrncmp(name, "arm", 3) == 0
-                         ? "/usr/local/share/zentar/translations"
-                         : QCoreApplication::applicationDirPath() + "/translations");
+                 qstrncmp(name, "arm", 3) == 0 ? "/usr/local/share/zentar/translations"
+                                               : QCoreApplication::applicationDirPath() + "/translations");
     }
 }
 
 void LocaleManagerTest::languages_data()
 {
     QTest::addColumn<int>("number"); // in the settings, 0 for none
-    const char *const codes[] = { "is",    "en", "de", "es", "fr", "ko", "zh-CN",
-                                  "zh-TW", "vi", "pt", "id", "uk", "ru" };
+    const char *const codes[] = { "is", "en", "de", "es", "fr", "ko", "zh-CN", "zh-TW", "vi", "pt", "id", "uk", "ru" };
     for (int number = 0; number <= 12; ++number)
         QTest::newRow(codes[number]) << number;
     for (const int none : { -1, 0, 13 })
@@ -56,9 +54,7 @@ void LocaleManagerTest::languages()
     const char *const question = "Are you sure you want to update the system from %1 to %2?";
     const QString translation = expected.translate("ApplicationController", question);
 
-    const auto text = [=] {
-        return QCoreApplication::translate("ApplicationController", question);
-    };
+    const auto text = [=] { return QCoreApplication::translate("ApplicationController", question); };
     {
         LocaleManager manager(nullptr);
         QSignalSpy changes(&manager, &LocaleManager::languageChanged);

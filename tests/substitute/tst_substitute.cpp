@@ -47,10 +47,8 @@ void SubstituteTest::flash()
     const QByteArray image = write("ZEPRA_AFW_2.07.hex", lines.replace(' ', "\r\n"));
     QFile state(QString::fromUtf8(write("board.ini", "[board]\nversion=1.5\n")));
     // The board's settings are wrong, so that its defaults hold.
-    const QByteArray settings =
-            "[instrument]\ninitialize_ms=0\n[board]\nconnected=no\npage_bytes=0\n";
-    qputenv("VRK_EMBEDDED_API_INI",
-            write("settings.ini", settings + "[state]\nfile=" + state.fileName().toUtf8()));
+    const QByteArray settings = "[instrument]\ninitialize_ms=0\n[board]\nconnected=no\npage_bytes=0\n";
+    qputenv("VRK_EMBEDDED_API_INI", write("settings.ini", settings + "[state]\nfile=" + state.fileName().toUtf8()));
     QCOMPARE(VRK_Lib_Initialize(nullptr, nullptr, VRK_LIB_MODE_UPDATER, false), VRK_RESULT_OK);
     QCOMPARE(int { VRK_FlashATMEGA_file(image.constData(), nullptr) }, result);
     VRK_DeviceInfo info;

@@ -5,6 +5,18 @@
 #include <QDebug>
 #include <QSysInfo>
 
+namespace {
+
+template <typename Function, typename... Arguments>
+auto answer(const Function &function, Arguments... arguments) -> typename Function::result_type
+{
+    return function ? function(arguments...) : typename Function::result_type {};
+}
+
+thread_local std::string s_scope; // they do not nest
+
+} // namespace
+
 FakeInstrument &fakeInstrument()
 {
     static FakeInstrument instrument;
@@ -13,7 +25,7 @@ FakeInstrument &fakeInstrument()
 
 extern "C" int system(const char *line)
 {
-    return fakeInstrument().shell ? fakeInstrument().shell(QString::fromUtf8(line)) : 0;
+    return answer(fakeInstrument().shell, QString::fromUtf8(line));
 }
 
 QString QSysInfo::buildCpuArchitecture()
@@ -26,8 +38,7 @@ QString QSysInfo::currentCpuArchitecture()
     return fakeInstrument().processor;
 }
 
-VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode,
-                                  bool debug)
+VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode, bool debug)
 {
     MessageLog::note(QString("VRK_Lib_Initialize %1 %2").arg(mode).arg(debug));
     fakeInstrument().userData = userData;
@@ -38,22 +49,20 @@ VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, V
 VRK_ResultCode VRK_GetDeviceInfo(VRK_DeviceInfo *info)
 {
     MessageLog::note("VRK_GetDeviceInfo");
-    return fakeInstrument().deviceInfo ? fakeInstrument().deviceInfo(info) : VRK_RESULT_OK;
+    return answer(fakeInstrument().deviceInfo, info);
 }
 
 VRK_ResultCode VRK_GetStatus(VRK_Status *status)
 {
     MessageLog::note("VRK_GetStatus");
-    return fakeInstrument().status ? fakeInstrument().status(status) : VRK_RESULT_OK;
+    return answer(fakeInstrument().status, status);
 }
 
 VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback *progress)
 {
     MessageLog::note(QString("VRK_FlashATMEGA_file ") + QString::fromLatin1(path));
-    return fakeInstrument().flash ? fakeInstrument().flash(progress) : VRK_RESULT_OK;
+    return answer(fakeInstrument().flash, progress);
 }
-
-static thread_local std::string s_scope; // they do not nest
 
 ScopeLogger::ScopeLogger(std::string name, bool quiet)
 {

@@ -17,8 +17,7 @@ struct FakeInstrument {
     std::function<VRK_ResultCode(VRK_DeviceInfo *)> deviceInfo;
     std::function<VRK_ResultCode(VRK_Status *)> status;
     std::function<VRK_ResultCode(const VRK_ProgressCallback *)> flash;
-    /// What system() does with a command line, on the thread that runs it, and returns.
-    std::function<int(const QString &)> shell;
+    std::function<int(const QString &)> shell; ///< system(), on the thread that calls it
 
     QString processor = "arm"; ///< built for, and running on
 };

@@ -14,14 +14,11 @@ QStringList runWorker(Worker *worker)
     const QObject connections;
     QObject::connect(
             worker, &Worker::progressChanged, &connections,
-            [](double progress, int msecs) {
-                MessageLog::note(QString("progress %1 %2").arg(progress).arg(msecs));
-            },
+            [](double progress, int msecs) { MessageLog::note(QString("progress %1 %2").arg(progress).arg(msecs)); },
             Qt::DirectConnection);
     QObject::connect(
             worker, &Worker::resultReady, &connections,
-            [](bool result) { MessageLog::note(QString("result %1").arg(result)); },
-            Qt::DirectConnection);
+            [](bool result) { MessageLog::note(QString("result %1").arg(result)); }, Qt::DirectConnection);
     worker->start();
     [&] { QVERIFY(worker->wait(20000)); }();
     return log.take();
