@@ -157,3 +157,13 @@ def _write_odd_names(folder):
         (folder / name).write_text(f"{name}\n")
     (folder / "link").symlink_to("name with blanks.txt")
     (folder / "dangling link").symlink_to("/nowhere/at/all")
+
+
+def tree(folder):
+    """Type and permissions of all that lies below a folder, and what a link names or a file holds."""
+    def describe(path):
+        if path.is_symlink():
+            return os.readlink(path)
+        return hashlib.sha256(path.read_bytes()).hexdigest() if path.is_file() else None
+
+    return {str(path.relative_to(folder)): (oct(path.lstat().st_mode), describe(path)) for path in folder.rglob("*")}

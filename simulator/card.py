@@ -2,6 +2,7 @@
 
 import errno
 import fcntl
+import hashlib
 import os
 import struct
 import subprocess
@@ -99,3 +100,15 @@ class Card:
     def copy_out(self, partition, folder):
         """Copies all that lies on a partition into a folder."""
         self.debugfs(partition, f"rdump / {folder}")
+
+    def digest(self, partition):
+        """A digest of a partition's bytes but for those that each mount writes: superblock and journal."""
+        start, size = self.region(partition)
+        with open(self.image, "rb") as file:
+            file.seek(start)
+            content = bytearray(file.read(size))
+        block = 1024 << content[1048]
+        content[1024:2048] = bytes(1024)
+        for number in map(int, self.debugfs(partition, "blocks <8>").split()):
+            content[number * block:(number + 1) * block] = bytes(block)
+        return hashlib.sha256(content).hexdigest()

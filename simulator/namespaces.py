@@ -1,5 +1,6 @@
 """Private namespaces: what is mounted, attached or started in them goes away with them."""
 
+import contextlib
 import ctypes
 import functools
 import os
@@ -7,6 +8,7 @@ import signal
 import subprocess
 import sys
 import traceback
+from pathlib import Path
 
 CLONE_NEWNS, CLONE_NEWPID = 0x00020000, 0x20000000
 INTERRUPTIONS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
@@ -90,3 +92,13 @@ def _supervise(child):
     status = os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
     signal.alarm(0)
     return 128 + interruption[0] if interruption else status
+
+
+def leftovers(folder):
+    """Mounts, loop devices and processes of this machine that have to do with a folder, as lines about them."""
+    things = Path("/proc/self/mountinfo").read_text().splitlines()
+    things += [path.read_text() for path in Path("/sys/block").glob("loop*/loop/backing_file")]
+    for process in Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):  # it has ended meanwhile
+            things.append((process / "cmdline").read_text(errors="replace") + os.readlink(process / "root"))
+    return [thing for thing in things if str(folder) in thing]

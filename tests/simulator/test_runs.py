@@ -1,8 +1,6 @@
 """Whole updates in the simulated instrument: a row for each run, and what it leaves on real partitions."""
 
-import contextlib
 import fcntl
-import hashlib
 import json
 import os
 import re
@@ -20,6 +18,7 @@ from simulator import SOURCES, archive
 from simulator.build import Build, NotPossible, require_devices
 from simulator.card import MIB, PARTITIONS, other_partition
 from simulator.instrument import Instrument, Settings
+from simulator.namespaces import leftovers
 
 ARM = "VRK_ARM" in os.environ
 PATIENCE_SECONDS = 500 if ARM else 60
@@ -128,29 +127,12 @@ class Simulation:
         log = self.log / "commands.log"
         return log.read_text().splitlines() if log.exists() else []
 
-    def content(self, partition):
-        """A digest of a partition's bytes but for those that each mount writes: superblock and journal."""
-        start, size = self.card.region(partition)
-        content = bytearray(self.card.image.read_bytes()[start:start + size])
-        block = 1024 << content[1048]
-        content[1024:2048] = bytes(1024)
-        for number in map(int, self.card.debugfs(partition, "blocks <8>").split()):
-            content[number * block:(number + 1) * block] = bytes(block)
-        return hashlib.sha256(content).hexdigest()
-
     def leftovers(self):
-        """Mounts, loop devices and processes that have to do with the instrument, or some seconds later."""
-        for _ in range(100):
-            things = Path("/proc/self/mountinfo").read_text().splitlines()
-            things += [path.read_text() for path in Path("/sys/block").glob("loop*/loop/backing_file")]
-            for process in Path("/proc").glob("[0-9]*"):
-                with contextlib.suppress(OSError):
-                    things.append((process / "cmdline").read_text(errors="replace") + os.readlink(process / "root"))
-            found = [thing for thing in things if str(self.folder) in thing]
-            if not found:
-                break
+        """What is left of the instrument, or some seconds later."""
+        until = time.monotonic() + 5
+        while leftovers(self.folder) and time.monotonic() < until:
             time.sleep(0.05)
-        return found
+        return leftovers(self.folder)
 
 
 @pytest.fixture
@@ -164,19 +146,12 @@ def simulation(tmp_path, build):
     made.process.terminate()
 
 
-def tree(folder):
-    """Type, permissions and content of everything below a folder."""
-    return {str(path.relative_to(folder)): (oct(path.lstat().st_mode), os.readlink(path) if path.is_symlink()
-                                            else hashlib.sha256(path.read_bytes()).digest() if path.is_file() else "")
-            for path in folder.rglob("*") if path.name != "lost+found"}
-
-
 @pytest.mark.parametrize("run", RUNS)
 def test_run(simulation, tmp_path, run):
     update, old = run.pack(simulation.root), PARTITIONS[0]
     if run.before:
         old = simulation.run(run.before, update)["after"]["partition"]
-    untouched, partitions = simulation.content(old), {"old": old, "new": other_partition(old), None: None}
+    untouched, partitions = simulation.card.digest(old), {"old": old, "new": other_partition(old), None: None}
 
     findings = simulation.run(run.options, update)
 
@@ -196,7 +171,7 @@ def test_run(simulation, tmp_path, run):
         wanted = (run.screens.replace("error", "end") if ARM else run.screens).split()
         brief = {"loaded", "leaving", "checking"} - set(wanted)
         assert [screen["name"] for screen in findings["screens"] if screen["name"] not in brief] == wanted
-    assert simulation.content(old) == untouched, "the old partition was written"
+    assert simulation.card.digest(old) == untouched, "the old partition was written"
     assert (simulation.folder / "data/prepare.log").exists() == any(PREPARE in line[:60] for line in simulation.commands()[2:])
     assert simulation.leftovers() == []
     if run.boots == "new":
@@ -204,8 +179,9 @@ def test_run(simulation, tmp_path, run):
         simulation.card.copy_out(partitions["new"], tmp_path / "installed")
         with tarfile.open(update) as tar:
             tar.extractall(tmp_path / "brought")
-        installed = tree(tmp_path / "installed")
-        assert installed.pop(archive.SETUP_TRACE) and installed == tree(tmp_path / "brought/usr/local")
+        installed = archive.tree(tmp_path / "installed")
+        assert installed.pop(archive.SETUP_TRACE)
+        assert installed == archive.tree(tmp_path / "brought/usr/local")
 
 
 @pytest.mark.arm
