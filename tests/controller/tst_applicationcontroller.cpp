@@ -70,10 +70,7 @@ QStringList expanded(const QString &part)
 } // namespace
 
 /// Comes before Qt's own: one file has gone since its folder was listed.
-bool QFile::exists(const QString &path)
-{
-    return path != s_goneFile && QFileInfo::exists(path);
-}
+bool QFile::exists(const QString &path) { return path != s_goneFile && QFileInfo::exists(path); }
 
 class ApplicationControllerTest : public QObject
 {

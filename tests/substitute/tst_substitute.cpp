@@ -15,37 +15,33 @@ private slots:
 void SubstituteTest::flash_data()
 {
     QTest::addColumn<int>("result");
-    QTest::addColumn<QByteArray>("lines");
-    const auto row = [](const char *name, int result, const char *lines) {
-        QTest::newRow(name) << result << QByteArray(lines);
-    };
-    row("as it should be", 0, ":01000000aa55 :0400000512345678E3 :00000001FF  ");
-    row("linear", 0, ":01000000AA55 :020000040001F9 :02FFFF00AABB9B :010000005AA5 :00000001FF");
-    row("segment wraps", 60, ":020000021000EC :02FFFF00AABB9B :010000005AA5 :00000001FF");
-    row("no image", 59, "");
-    row("checksum", 60, ":01000000AA56 :00000001FF");
-    row("length", 60, ":02000000AA54 :00000001FF");
-    row("digit", 60, ":01000000AAx55 :00000001FF");
-    row("type", 60, ":01000000AA55 :01000006AA4F :00000001FF");
-    row("beyond the flash", 60, ":020000040004F6 :01000000AA55 :00000001FF");
-    row("no end", 60, ":01000000AA55");
-    row("after the end", 60, ":01000000AA55 :00000001FF :00000001FF");
-    row("no data", 60, ":00000001FF");
+    const auto row = [](int result, const char *lines) { QTest::newRow(lines) << result; };
+    row(0, ":01000000aa55 :0400000512345678E3 :00000001FF  ");
+    row(0, ":01000000AA55 :020000040001F9 :02FFFF00AABB9B :010000005AA5 :00000001FF");
+    row(60, ":020000021000EC :02FFFF00AABB9B :010000005AA5 :00000001FF"); // the segment wraps
+    row(59, ""); // no image
+    row(60, ":01000000AA56 :00000001FF"); // checksum
+    row(60, ":02000000AA54 :00000001FF"); // length
+    row(60, ":01000000AAx55 :00000001FF"); // digit
+    row(60, ":01000000AA55 :01000006AA4F :00000001FF"); // type
+    row(60, ":020000040004F6 :01000000AA55 :00000001FF"); // beyond the flash
+    row(60, ":01000000AA55"); // no end
+    row(60, ":01000000AA55 :00000001FF :00000001FF"); // something after it
+    row(60, ":00000001FF"); // no data
 }
 
 void SubstituteTest::flash()
 {
     QFETCH(int, result);
-    QFETCH(QByteArray, lines);
     const QTemporaryDir folder;
     const auto write = [&folder](const char *name, const QByteArray &content) {
-        QFile file(folder.filePath(QLatin1String(name)));
+        QFile file(folder.filePath(name));
         if (!content.isEmpty() && file.open(QIODevice::WriteOnly))
             file.write(content);
         return file.fileName().toUtf8();
     };
-    const QByteArray image = write("ZEPRA_AFW_2.07.hex", lines.replace(' ', "\r\n"));
-    QFile state(QString::fromUtf8(write("board.ini", "[board]\nversion=1.5\n")));
+    const QByteArray image = write("ZEPRA_AFW_2.07.hex", QByteArray(QTest::currentDataTag()).replace(' ', "\r\n"));
+    QFile state(write("board.ini", "[board]\nversion=1.5\n"));
     // The board's settings are wrong, so that its defaults hold.
     const QByteArray settings = "[instrument]\ninitialize_ms=0\n[board]\nconnected=no\npage_bytes=0\n";
     qputenv("VRK_EMBEDDED_API_INI", write("settings.ini", settings + "[state]\nfile=" + state.fileName().toUtf8()));

@@ -23,20 +23,11 @@ FakeInstrument &fakeInstrument()
     return instrument;
 }
 
-extern "C" int system(const char *line)
-{
-    return answer(fakeInstrument().shell, QString::fromUtf8(line));
-}
+extern "C" int system(const char *line) { return answer(fakeInstrument().shell, QString::fromUtf8(line)); }
 
-QString QSysInfo::buildCpuArchitecture()
-{
-    return fakeInstrument().processor;
-}
+QString QSysInfo::buildCpuArchitecture() { return fakeInstrument().processor; }
 
-QString QSysInfo::currentCpuArchitecture()
-{
-    return fakeInstrument().processor;
-}
+QString QSysInfo::currentCpuArchitecture() { return fakeInstrument().processor; }
 
 VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode, bool debug)
 {
@@ -70,7 +61,4 @@ ScopeLogger::ScopeLogger(std::string name, bool quiet)
     qDebug("+%s%s", name.c_str(), quiet ? " quietly" : "");
 }
 
-ScopeLogger::~ScopeLogger()
-{
-    qDebug("-%s", s_scope.c_str());
-}
+ScopeLogger::~ScopeLogger() { qDebug("-%s", s_scope.c_str()); }

@@ -24,10 +24,7 @@ MessageLog::MessageLog(const QThread *thread)
     m_previous = qInstallMessageHandler(keep);
 }
 
-MessageLog::~MessageLog()
-{
-    qInstallMessageHandler(m_previous);
-}
+MessageLog::~MessageLog() { qInstallMessageHandler(m_previous); }
 
 void MessageLog::note(const QString &line)
 {

@@ -1,0 +1,70 @@
+"""The program as its launcher sees it: arguments, output, signals and exit status."""
+
+import os
+import signal
+import subprocess
+
+import pytest
+
+USAGE = "Usage: vrk-updater -u <update-file> [--debug] [--silent]\n"
+SLOW_GZIP = '#!/bin/sh\necho "testing $2 with $QT_IM_MODULE"\nsleep 1\necho tested\nexit 1\n'
+WARNING, DEBUG = "record 3", "record 5"
+
+
+@pytest.fixture
+def updater(build, tmp_path):
+    """Runs the program until a text is in its output, then ends it by a signal; the output."""
+    program = build / "bin/vrk-updater-with-logger"
+    (tmp_path / "settings").write_text("[instrument]\ninitialize_ms=0\n")
+    (tmp_path / "gzip").write_text(SLOW_GZIP)
+    (tmp_path / "gzip").chmod(0o755)
+    environment = {**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}", "QT_IM_MODULE": "other",
+                   "VRK_EMBEDDED_API_INI": f"{tmp_path}/settings", "QT_QPA_PLATFORM": "offscreen",
+                   "QT_QUICK_BACKEND": "software", "ASAN_OPTIONS": "detect_leaks=0"}
+
+    def run(arguments, until, number):
+        output = f"{program}\n"
+        with subprocess.Popen([program, *arguments], env=environment, text=True, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT) as process:
+            assert process.stdout.readline() == output
+            for line in process.stdout:
+                output += line
+                if until in line:
+                    process.send_signal(number)
+        assert process.returncode == 0 and "TypeError" not in output, output
+        return output.removeprefix(f"{program}\n")
+    return run
+
+
+@pytest.mark.parametrize("line, mode, path", [
+    ("", 1, ""),
+    ("-u", 0, ""),
+    ("-u --silent", 0, "--silent"),
+    ("b.tar.gz -u a.tar.gz -u c", 0, "a.tar.gz"),
+    ("/a/zepra_update_v2.tar.gz --debug", 0, "/a/zepra_update_v2.tar.gz"),
+    ("notes.tar.gz.txt", 0, "notes.tar.gz.txt"),
+    ("--debug /a.tar.gz", 1, ""),
+    ("/a/IMAGE.TAR.GZ --debug=1", 1, ""),
+    ("-ua --Debug", 1, ""),
+    ("-u /а.tar.gz", 0, "/а.tar.gz"),
+    ("-u a -platform offscreen", 0, "a"),
+    ("--debug --silent", 1, ""),
+])
+def test_command_line(updater, line, mode, path):
+    arguments = line.split()
+    number = signal.SIGTERM if mode == 0 else signal.SIGINT
+    output = updater(arguments, "init with mode" if line == "" else "VRK_Status", number)
+    start = "".join(f"{argument}\n" for argument in arguments)
+    for flag, name in (("--silent", "SILENT"), ("--debug", "DEBUG")):
+        start += f"{WARNING} {name} MODE!\n" * (flag in arguments)
+    assert output.startswith(start + USAGE * mode)
+    assert ("Usage:" in output) == mode
+    assert f'init with mode:  {mode}  Path: "{path}"\n' in output
+    assert (f"\n{DEBUG} " in output) == ("--debug" in arguments)
+
+
+def test_signal_awaits_the_archive_test(updater, tmp_path):
+    """A silent run tests its archive at once; the program leaves only when that has ended."""
+    archive = tmp_path / "gzip"
+    output = updater(["-u", archive, "--silent"], "testing", signal.SIGTERM)
+    assert f"testing {archive} with qtvirtualkeyboard\n" in output and "tested\n" in output
