@@ -63,6 +63,12 @@ def test_command_line(updater, line, mode, path):
     assert (f"\n{DEBUG} " in output) == ("--debug" in arguments)
 
 
+def test_echo_comes_first_and_on_standard_output(build):
+    command = [str(build / "bin/vrk-updater-with-logger"), "a b", "-platform", "none"]
+    done = subprocess.run(command, text=True, capture_output=True, check=False)
+    assert done.stdout == "".join(f"{argument}\n" for argument in command) + USAGE
+
+
 def test_signal_awaits_the_archive_test(updater, tmp_path):
     """A silent run tests its archive at once; the program leaves only when that has ended."""
     archive = tmp_path / "gzip"
