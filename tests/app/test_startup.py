@@ -52,13 +52,9 @@ def updater(build, tmp_path):
 ])
 def test_command_line(updater, line, mode, path):
     arguments = line.split()
-    number = signal.SIGTERM if mode == 0 else signal.SIGINT
-    output = updater(arguments, "init with mode" if line == "" else "VRK_Status", number)
-    start = "".join(f"{argument}\n" for argument in arguments)
-    for flag, name in (("--silent", "SILENT"), ("--debug", "DEBUG")):
-        start += f"{WARNING} {name} MODE!\n" * (flag in arguments)
-    assert output.startswith(start + USAGE * mode)
-    assert ("Usage:" in output) == mode
+    output = updater(arguments, "VRK_Status" if line else "init with mode", (signal.SIGTERM, signal.SIGINT)[mode])
+    said = [*arguments, *(f"{WARNING} {flag[2:].upper()} MODE!" for flag in ("--silent", "--debug") if flag in arguments)]
+    assert output.startswith("".join(f"{text}\n" for text in said) + USAGE * mode) and output.count("Usage:") == mode
     assert f'init with mode:  {mode}  Path: "{path}"\n' in output
     assert (f"\n{DEBUG} " in output) == ("--debug" in arguments)
 

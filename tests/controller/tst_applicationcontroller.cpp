@@ -81,11 +81,9 @@ public slots:
     void turn();
 
 private slots:
-    void initTestCase();
     void runs_data();
     void runs();
     void storedLanguages();
-    void workersEndWithTheirController_data();
     void workersEndWithTheirController();
 
 private:
@@ -98,12 +96,6 @@ private:
     QHash<QString, QString> m_settings; ///< of the row
     QSemaphore m_turns;
 };
-
-void ApplicationControllerTest::initTestCase()
-{
-    static RecordKeeper keeper;
-    plog::init(plog::debug, &keeper);
-}
 
 void ApplicationControllerTest::runs_data()
 {
@@ -287,84 +279,72 @@ void ApplicationControllerTest::runs()
 void ApplicationControllerTest::storedLanguages()
 {
     fakeInstrument().processor = "x86_64"; // whose translations lie beside the program
-    const char *const languages[][2] = {
-        { "language=2", "Neu starten" }, { "language=12", "Перезагрузить" }, { "language=\"12\"", "Перезагрузить" },
-        { "language=0", "Reboot" },      { "language=13", "Reboot" },        { "language=-1", "Reboot" },
-        { "language=ru", "Reboot" },     { "language=12.5", "Reboot" },      { "language=1, 2", "Reboot" },
-        { "; nothing", "Reboot" },
-    };
+    const QStringList german = { "language=2" }, russian = { "language=12", "language=\"12\"" };
+    const QStringList others = { "language=0",    "language=13",   "language=-1", "language=ru",
+                                 "language=12.5", "language=1, 2", "; nothing" };
     QVERIFY(QDir().mkpath("/var/zepra/vrk-gui"));
     QFile settings("/var/zepra/vrk-gui/settings.ini");
-    for (const auto &[stored, label] : languages) {
-        const QByteArray content = QByteArray("[Regional]\n") + stored + "\n";
+    for (const QString &stored : german + russian + others) {
+        const QByteArray content = "[Regional]\n" + stored.toUtf8() + '\n';
         QVERIFY(settings.open(QIODevice::WriteOnly) && settings.write(content) > 0);
         settings.close();
         {
-            const ApplicationController controller(ApplicationController::DISPLAY_ERROR, false, false, QString(),
-                                                   nullptr);
-            QCOMPARE(controller.buttonText(), label);
+            const ApplicationController controller(ApplicationController::DISPLAY_ERROR, false, false, "", nullptr);
+            QCOMPARE(controller.buttonText(),
+                     german.contains(stored)            ? "Neu starten"
+                             : russian.contains(stored) ? "Перезагрузить"
+                                                        : "Reboot");
             const auto *engine = controller.findChild<QQmlApplicationEngine *>();
             QVERIFY(engine->importPathList().contains("qrc:/"));
             QVERIFY(engine->rootContext()->contextProperty("_localeManager").value<QObject *>() != nullptr);
         }
-        QVERIFY(settings.open(QIODevice::ReadOnly));
-        QCOMPARE(settings.readAll(), content);
+        QVERIFY(settings.open(QIODevice::ReadOnly) && settings.readAll() == content);
         settings.close();
     }
     QVERIFY(settings.remove());
 }
 
-void ApplicationControllerTest::workersEndWithTheirController_data()
-{
-    QTest::addColumn<bool>("flash");
-    QTest::addColumn<QStringList>("end");
-    QTest::newRow("installer") << false << QStringList { "AtmegaUpdate", "worked", "VRKUpdate" };
-    QTest::newRow("flash") << true << QStringList { "worked", "AtmegaUpdate", "VRKUpdate" };
-}
-
-/// A second start is refused while a worker runs. The controller's end awaits its command, or its
-/// flash.
+/// A second start is refused while a worker runs. The controller's end awaits its command, or its flash.
 void ApplicationControllerTest::workersEndWithTheirController()
 {
-    QFETCH(bool, flash);
-    QFETCH(QStringList, end);
-    QSemaphore begun;
-    QSemaphore gate;
-    const auto work = [&] {
-        begun.release();
-        gate.acquire();
-        MessageLog::note("worked");
-        return VRK_RESULT_OK;
-    };
-    fakeInstrument() = {};
-    fakeInstrument().shell = [&](const QString &) { return work(); };
-    fakeInstrument().flash = [&](const VRK_ProgressCallback *) { return work(); };
-    auto controller = std::make_unique<ApplicationController>(ApplicationController::UPDATE_ZEPRA, false, false, "/",
-                                                              nullptr);
-    QCoreApplication::processEvents(); // up to the question
-    for (QObject *child : controller->children())
-        connect(child, &QObject::destroyed, [name = child->metaObject()->className()] { MessageLog::note(name); });
-    auto *installer = controller->findChild<VRKUpdate *>();
-    auto *board = controller->findChild<AtmegaUpdate *>();
-    installer->setImagePath("/");
-    board->setImagePath("/");
-    watch(controller.get());
+    for (const bool flash : { false, true }) {
+        QSemaphore begun, gate;
+        const auto work = [&] {
+            begun.release();
+            gate.acquire();
+            MessageLog::note("worked");
+            return VRK_RESULT_OK;
+        };
+        fakeInstrument() = {};
+        fakeInstrument().shell = [&](const QString &) { return work(); };
+        fakeInstrument().flash = [&](const VRK_ProgressCallback *) { return work(); };
+        auto controller = std::make_unique<ApplicationController>(ApplicationController::UPDATE_ZEPRA, false, false,
+                                                                  "/", nullptr);
+        QCoreApplication::processEvents(); // up to the question
+        for (QObject *child : controller->children())
+            connect(child, &QObject::destroyed, [name = child->metaObject()->className()] { MessageLog::note(name); });
+        auto *installer = controller->findChild<VRKUpdate *>();
+        auto *board = controller->findChild<AtmegaUpdate *>();
+        installer->setImagePath("/");
+        board->setImagePath("/");
+        watch(controller.get());
 
-    const MessageLog log(thread());
-    (flash ? static_cast<QThread *>(board) : installer)->start();
-    QVERIFY(begun.tryAcquire(1, 10000));
-    controller->handleButtonContinue();
-    std::thread opener([&] {
-        QThread::msleep(200);
-        gate.release(100);
-    });
-    controller.reset();
-    opener.join();
-    const QStringList begin = flash ? QStringList("VRK_FlashATMEGA_file /") : QStringList();
-    compareLines(log.take(),
-                 begin + expanded("accepted")
-                         << "warning: Update is already running in background thread!" << end << "QQmlApplicationEngine"
-                         << "LocaleManager");
+        const MessageLog log(thread());
+        (flash ? static_cast<QThread *>(board) : installer)->start();
+        QVERIFY(begun.tryAcquire(1, 10000));
+        controller->handleButtonContinue();
+        std::thread opener([&] {
+            QThread::msleep(200);
+            gate.release(100);
+        });
+        controller.reset();
+        opener.join();
+        const QString end = flash ? "worked AtmegaUpdate VRKUpdate" : "AtmegaUpdate worked VRKUpdate";
+        compareLines(log.take(),
+                     QStringList("VRK_FlashATMEGA_file /").mid(flash ? 0 : 1) + expanded("accepted")
+                             + QStringList("warning: Update is already running in background thread!")
+                             + (end + " QQmlApplicationEngine LocaleManager").split(' '));
+    }
 }
 
 /// Starts the program once more, with empty folders of its own over the instrument's.
@@ -377,6 +357,8 @@ int main(int argc, char **argv)
         return execvp("sh", arguments.data());
     }
     const QGuiApplication application(argc, argv);
+    RecordKeeper keeper;
+    plog::init(plog::debug, &keeper);
     ApplicationControllerTest test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,6 +1,5 @@
 """Whole updates in the simulated instrument: a row for each run, and what it leaves on real partitions."""
 
-import fcntl
 import json
 import os
 import re
@@ -195,16 +194,3 @@ def test_simulation_ended_in_the_extraction(simulation, number, status):
     process.communicate(timeout=PATIENCE_SECONDS)
     assert (process.returncode, simulation.leftovers()) == (status, [])
     assert simulation.run("--silent", update)["after"]["partition"] == PARTITIONS[1]
-
-
-@pytest.mark.parametrize("options, reason", [
-    ("--frobnicate", "--frobnicate"), ("--board maybe", "maybe"), ("--archive /nowhere", "there is no archive"),
-    ("--effects", "--arm"), ("--keep {folder}", "another simulation is using"), ("--keep {folder}/log", "something else")])
-def test_simulation_refuses(simulation, options, reason):
-    simulation.log.mkdir(exist_ok=True)
-    (simulation.log / "precious").touch()
-    with open(simulation.folder / "lock", encoding="ascii") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        process = simulation.start(options.format(folder=simulation.folder), packed(simulation.root))
-        output = process.communicate(timeout=PATIENCE_SECONDS)[0]
-    assert (process.returncode, reason in output, (simulation.log / "precious").exists()) == (125, True, True), output
