@@ -8,11 +8,7 @@
 namespace {
 
 struct Step {
-    QString command;
-    QString failure; ///< what the run does then; "always": and it comes in a run asked to end, too
-    QString before; ///< a message
-    QString warning; ///< of the failure
-    QString progress; ///< after the command
+    QString command, failure, before, warning, progress; ///< as the table has them
 };
 
 QVector<Step> readSteps()
@@ -103,7 +99,6 @@ private slots:
     void initTestCase() { QVERIFY(commands > 0 && QDir::setCurrent(here())); }
     void runs_data();
     void runs();
-    void refusals_data();
     void refusals();
 };
 
@@ -149,38 +144,30 @@ void VrkUpdateTest::runs()
     QCOMPARE(update.progress(), lines.filter("progress ").last().section(' ', 1, 1).toDouble());
 }
 
-void VrkUpdateTest::refusals_data()
-{
-    QTest::addColumn<QString>("processor");
-    QTest::addColumn<QString>("archive");
-    QTest::addColumn<QString>("warning");
-    QTest::newRow("no path") << "arm"
-                             << ""
-                             << "Image Path cannot be empty";
-    QTest::newRow("nothing there") << "arm"
-                                   << "/nowhere/a.gz"
-                                   << "Could not find image file at  \"/nowhere/a.gz\"";
-    for (const char *processor : { "x86_64", "arm64", "ARM", "" })
-        QTest::newRow(processor) << processor << "/"
-                                 << "Update is not supported on non-ARM platforms";
-}
-
 void VrkUpdateTest::refusals()
 {
-    QFETCH(QString, archive);
-    QFETCH(QString, warning);
-    QFETCH(QString, processor);
-    fakeInstrument() = {};
-    fakeInstrument().processor = processor;
-    VRKUpdate update(nullptr);
-    update.setImagePath(archive);
-    QStringList lines = { "debug: +VRKUpdate::run", "warning: " + warning, "result 0", "debug: -VRKUpdate::run" };
-    const QStringList first = runWorker(&update);
-    compareLines(runWorker(&update),
-                 lines); // what it has reported already it does not report again
-    if (processor == "arm")
-        lines.insert(1, "progress 0.1 3000");
-    compareLines(first, lines);
+    const QString noArm = "Update is not supported on non-ARM platforms";
+    const QString rows[][3] = {
+        // processor, archive, warning
+        { "arm", "", "Image Path cannot be empty" },
+        { "arm", "/nowhere/a.gz", "Could not find image file at  \"/nowhere/a.gz\"" },
+        { "x86_64", "/", noArm },
+        { "arm64", "/", noArm },
+        { "ARM", "/", noArm },
+        { "", "/", noArm },
+    };
+    for (const auto &[processor, archive, warning] : rows) {
+        fakeInstrument() = {};
+        fakeInstrument().processor = processor;
+        VRKUpdate update(nullptr);
+        update.setImagePath(archive);
+        QStringList lines = { "debug: +VRKUpdate::run", "warning: " + warning, "result 0", "debug: -VRKUpdate::run" };
+        const QStringList first = runWorker(&update);
+        compareLines(runWorker(&update), lines); // what it has reported already it does not report again
+        if (processor == "arm")
+            lines.insert(1, "progress 0.1 3000");
+        compareLines(first, lines);
+    }
 }
 
 QTEST_GUILESS_MAIN(VrkUpdateTest)
