@@ -100,5 +100,6 @@ def leftovers(folder):
     things += [path.read_text() for path in Path("/sys/block").glob("loop*/loop/backing_file")]
     for process in Path("/proc").glob("[0-9]*"):
         with contextlib.suppress(OSError):  # it has ended meanwhile
-            things.append((process / "cmdline").read_text(errors="replace") + os.readlink(process / "root"))
+            words = [(process / file).read_text(errors="replace") for file in ("cmdline", "environ")]
+            things.append("".join(words) + os.readlink(process / "root"))
     return [thing for thing in things if str(folder) in thing]

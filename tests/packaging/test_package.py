@@ -7,18 +7,19 @@ import shutil
 import signal
 import subprocess
 from pathlib import Path
+from types import SimpleNamespace
 
 import pytest
 from simulator import SOURCES, namespaces
+from simulator.build import NOT_POSSIBLE
 from simulator.rootfs import RootFileSystem
+from simulator.viewer import LOCALES
 
 pytestmark = pytest.mark.arm
-LOCALES = "de en es fr id ko pt ru uk vi zh_CN zh_TW".split()
-FILES = {
-    "bin/vrk-updater": "-rwxr-xr-x", "bin/vrk-updater-launch": "-rwxr-xr-x",
-    "lib/systemd/system/vrk-updater.service": "-rw-r--r--",
-    **{f"share/zentar/translations/vrk-updater_{locale}.qm": "-rw-r--r--" for locale in LOCALES},
-}
+FILES = {"bin/vrk-updater": "-rwxr-xr-x", "bin/vrk-updater-launch": "-rwxr-xr-x",
+         "lib/systemd/system/vrk-updater.service": "-rw-r--r--"}
+FILES |= {f"share/zentar/translations/vrk-updater_{locale}.qm": "-rw-r--r--" for locale in LOCALES}
+LINK = {"bin/translations -> ../share/zentar/translations": "lrwxrwxrwx"}
 DEPENDS = {"libc6", "libqt5core5a", "libqt5gui5", "libqt5qml5", "libstdc++6", "mount",
            "qml-module-qtquick-controls2", "qml-module-qtgraphicaleffects"}
 KINDS = {"armhf": "ELF 32-bit LSB pie executable, ARM", "amd64": "x86-64"}
@@ -31,51 +32,44 @@ def output_of(*command):
 
 @pytest.fixture(scope="module")
 def package(build, tmp_path_factory):
+    """The package: its file, its fields, and the folder into which it is unpacked."""
     if not (build / "CPackConfig.cmake").exists():
         pytest.skip(f"{build} makes no package")
     folder = tmp_path_factory.mktemp("package")
     output_of("cpack", "--config", build / "CPackConfig.cmake", "-B", folder)
-    made, = folder.glob("*.deb")
-    output_of("dpkg-deb", "-x", made, folder / "unpacked")
-    return made
-
-
-def field(package, name):
-    return output_of("dpkg-deb", "-f", package, name).strip()
+    file, = folder.glob("*.deb")
+    output_of("dpkg-deb", "-x", file, folder / "unpacked")
+    fields = dict(re.findall("^(.*): (.*)$", output_of("dpkg-deb", "-f", file), re.MULTILINE))
+    return SimpleNamespace(file=file, unpacked=folder / "unpacked", **fields)
 
 
 def test_contents(package):
     """Files, and their permissions; a launcher that the unit starts, and a program without traces of the build."""
-    arm, unpacked = field(package, "Architecture") == "armhf", package.parent / "unpacked"
-    listing = [line.split(None, 5) for line in output_of("dpkg-deb", "-c", package).splitlines()]
+    listing = [line.split(None, 5) for line in output_of("dpkg-deb", "-c", package.file).splitlines()]
     assert {owner for _, owner, *_ in listing} == {"root/root"}
-    link = {} if arm else {"bin/translations -> ../share/zentar/translations": "lrwxrwxrwx"}
-    assert {name.removeprefix("./usr/local/"): mode for mode, *_, name in listing if mode[0] != "d"} == FILES | link
-    unit = (unpacked / "usr/local/lib/systemd/system/vrk-updater.service").read_text()
-    start, = re.findall("^ExecStart=/(.*)$", unit, re.MULTILINE)
-    assert os.access(unpacked / start, os.X_OK)
-    program = unpacked / "usr/local/bin/vrk-updater"
-    assert re.search(KINDS[field(package, "Architecture")] + r".*(?<!not )\bstripped", output_of("file", "-b", program))
+    files = {name.removeprefix("./usr/local/"): mode for mode, *_, name in listing if mode[0] != "d"}
+    assert files == (FILES if package.Architecture == "armhf" else FILES | LINK)
+    unit = (package.unpacked / "usr/local/lib/systemd/system/vrk-updater.service").read_text()
+    assert os.access(package.unpacked / re.search("^ExecStart=/(.*)$", unit, re.MULTILINE)[1], os.X_OK)
+    program = package.unpacked / "usr/local/bin/vrk-updater"
+    assert re.search(KINDS[package.Architecture] + r".*(?<!not )\bstripped", output_of("file", "-b", program))
     assert not re.search("RPATH|RUNPATH", output_of("objdump", "-p", program))
 
 
 def test_dependencies(package):
-    depends = field(package, "Depends")
-    assert {re.split(r"[ |(]", item.strip())[0] for item in depends.split(",")} >= DEPENDS
-    assert re.search(r"libqt5core5a \(>= 5\.", depends) and "virtualkeyboard" not in depends
-    assert "qtvirtualkeyboard-plugin" in field(package, "Recommends")
+    assert {re.split(r"[ |(]", item.strip())[0] for item in package.Depends.split(",")} >= DEPENDS
+    assert re.search(r"libqt5core5a \(>= 5\.", package.Depends) and "virtualkeyboard" not in package.Depends
+    assert "qtvirtualkeyboard-plugin" in package.Recommends
 
 
 def test_starts(package, build, tmp_path):
     library = build / "lib/libvrk-embedded-api.so"
-    if field(package, "Architecture") == "armhf":
-        root = root_with(package, library, SOURCES / "tools/arm-root", tmp_path)
+    command, environment = [package.unpacked / "usr/local/bin/vrk-updater"], {"LD_LIBRARY_PATH": str(library.parent)}
+    if package.Architecture == "armhf":
+        root = root_with(package.file, library, tmp_path)
         command, environment = root.command("/usr/local/bin/vrk-updater"), {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
-    else:
-        command = [package.parent / "unpacked/usr/local/bin/vrk-updater"]
-        environment = {**os.environ, "LD_LIBRARY_PATH": str(library.parent)}
     seen = ""
-    with subprocess.Popen(command, env={**environment, **OFFSCREEN}, text=True, stdout=subprocess.PIPE,
+    with subprocess.Popen(command, env={**os.environ, **environment, **OFFSCREEN}, text=True, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT) as process:
         for line in process.stdout:
             seen += line
@@ -85,13 +79,13 @@ def test_starts(package, build, tmp_path):
     assert not re.search("qrc:|not installed|cannot open shared object", seen), seen
 
 
-def root_with(package, library, arm_root, folder):
+def root_with(package, library, folder):
     """A throw-away root file system for ARM with the package and what it depends on."""
-    made = subprocess.run([arm_root, "--bare"], text=True, stdout=subprocess.PIPE, check=False)
-    if made.returncode == 77:
+    made = subprocess.run([SOURCES / "tools/arm-root", "--bare"], text=True, stdout=subprocess.PIPE, check=False)
+    if made.returncode == NOT_POSSIBLE:
         pytest.skip(made.stdout.strip())
     assert made.returncode == 0, made.stdout
-    base = Path(output_of(arm_root, "--bare", "--print").strip())
+    base = Path(output_of(SOURCES / "tools/arm-root", "--bare", "--print").strip())
     namespaces.enter()
     root = RootFileSystem(folder, base)
     root.bind(base.parent / "armhf-packages", "/var/cache/apt/archives")

@@ -33,6 +33,7 @@ def nothing(run):
 def leaves(run):
     """The program ends with 0, under its last words over the busy bar."""
     assert run.wait() == 0
+    run.watcher.stop()
     assert run.watcher.shots[-1].view.bar == "busy", run.watcher.descriptions()
 
 
@@ -61,6 +62,13 @@ def click_early(seconds):
     return click
 
 
+def answer_again(run):
+    """Return on yes, and once more when the pair has gone."""
+    run.screen.key("Return")
+    run.watcher.wait_for(bar="busy", pair=False)
+    run.screen.key("Return")
+
+
 def keys(*names):
     return lambda run: run.screen.key(*names)
 
@@ -71,7 +79,7 @@ def keys(*names):
     "Right, Return": ("question", keys("Right", "Return"), leaves),
     "click on yes": ("question", lambda run: run.screen.click(*YES), updates_once),
     "Right, Left, Return": ("question", keys("Right", "Left", "Return"), updates_once),
-    "Return twice": ("question", keys("Return", "Return"), updates_once),
+    "Return, and again": ("question", answer_again, updates_once),
     "yes and no": ("question", lambda run: (run.screen.touch(*YES), run.screen.touch(*NO)), updates_once),
     "idle keys": ("question", keys("h", "l", "H", "L", "Left", "Up", "Down", "KP_Enter", "space", "a"), nothing),
     "long touch": ("question", lambda run: run.screen.touch(*YES, hold=LONG), nothing),

@@ -101,16 +101,18 @@ class Simulation:
     """An instrument in a folder, an update's files in another, and ./simulate for both."""
 
     def __init__(self, folder, build):
-        self.folder, self.root, self.log = folder / "instrument", folder / "root", folder / "instrument" / "log"
+        self.folder, self.root, self.temporary = folder / "instrument", folder / "root", folder / "instrument.tmp"
+        self.log = self.folder / "log"
+        self.temporary.mkdir()
         self._command = [SOURCES / "simulate", "--build", build, "--virtual", *["--arm"] * ARM, "--keep", self.folder]
         parts = Build.arm(build) if ARM else Build(build)
         archive.write_update(self.root, "3.5.0", "2.07", parts.translations, ballast_files=0)
         self.card = Instrument(self.folder, parts, Settings(partition_bytes=PARTITION_MIB * MIB)).card
-        (self.folder / "lock").touch()
 
     def start(self, options, update):
         self.process = subprocess.Popen([*self._command, "--archive", update, *shlex.split(options)], text=True,
-                                        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+                                        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                        env={**os.environ, "TMPDIR": str(self.temporary)})
         return self.process
 
     def run(self, options, update):
@@ -127,11 +129,12 @@ class Simulation:
         return log.read_text().splitlines() if log.exists() else []
 
     def leftovers(self):
-        """What is left of the instrument, or some seconds later."""
-        until = time.monotonic() + 5
-        while leftovers(self.folder) and time.monotonic() < until:
-            time.sleep(0.05)
-        return leftovers(self.folder)
+        """What is still there of the simulation after some seconds, temporary files included."""
+        until, left = time.monotonic() + 5, ["?"]
+        while left and time.monotonic() < until:
+            left = leftovers(self.folder) + list(self.temporary.iterdir())
+            time.sleep(0.02)
+        return left
 
 
 @pytest.fixture
