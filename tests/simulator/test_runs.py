@@ -91,8 +91,8 @@ RUNS = [
     row("sed fails", "--silent --fail sed:1", **HALF_WAY, until="sed", screens=ERROR, log="Changing fstab failed"),
     row("chmod and last sync fail", "--silent --fail chmod:2 --fail sync:3"),
     row("INT at the question", "--signal INT@confirm", **UNTOUCHED, until=None),
-    row("TERM in the extraction", "--silent --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf", arm=True),
-    row("TERM at the switch", "--silent --signal 'TERM@sed -i'", board="2.06", arm=True),
+    row("TERM in the extraction", "--silent --delay tar:1 --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf", arm=True),
+    row("TERM at the switch", "--silent --delay sed:1 --signal 'TERM@sed -i'", board="2.06", arm=True),
     row("the product itself", "--silent --program vrk-updater", **UNTOUCHED, until="gzip", log=REFUSED),
 ]
 
