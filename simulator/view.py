@@ -2,6 +2,7 @@
 
 import hashlib
 from dataclasses import dataclass
+from itertools import pairwise
 
 from PIL import ImageChops
 
@@ -17,6 +18,9 @@ BUTTONS = 0.9
 UPPER_TEXT_TOP = 140
 TEXT_HEIGHT = 28
 BRIGHT = 190
+INK = 160
+STRIPE, PERIOD = 20, 40  # pixels
+GAP_SECONDS = 0.1  # in a longer one the stripes move too far to tell the direction
 
 
 @dataclass(frozen=True)
@@ -88,6 +92,33 @@ def differing(one, other, tolerance=NOTICEABLE):
     channels = ImageChops.difference(one, other).split()
     largest = ImageChops.lighter(ImageChops.lighter(*channels[:2]), channels[2])
     return sum(largest.histogram()[tolerance + 1:])
+
+
+def speed_of_stripes(rows):
+    """How many pixels a second the busy bar's stripes move to the left; rows are (seconds, bar_row()).
+
+    Only rows that follow each other closely tell; without a second of them a ValueError.
+    """
+    close = [(old, new) for old, new in pairwise(rows) if new[0] - old[0] < GAP_SECONDS]
+    seconds = sum(new[0] - old[0] for old, new in close)
+    if seconds < 1:
+        raise ValueError(f"the bar was seen too seldom, at {[at for at, _ in rows]}")
+    moved = (_phase(old[1]) - _phase(new[1]) for old, new in close)
+    return sum((step + PERIOD / 2) % PERIOD - PERIOD / 2 for step in moved) / seconds
+
+
+def margins_of(picture, top, bottom):
+    """How many pixels beside the bright text between two rows are free, on its narrower side."""
+    red, green, blue = picture.crop((0, top, picture.width, bottom)).split()
+    darkest = ImageChops.darker(ImageChops.darker(red, green), blue)
+    left, _, right, _ = darkest.point(lambda value: 255 * (value > INK)).getbbox()
+    return min(left, picture.width - right)
+
+
+def _phase(row):
+    """Where in its period the pattern stands, in pixels from the left."""
+    first = len(row) - len(row.lstrip(row[0]))
+    return (first + (STRIPE if row[0] == "f" else 0)) % PERIOD
 
 
 def _focus(picture):

@@ -3,8 +3,8 @@
 #include "applicationcontroller.h"
 #include "atmegaupdate.h"
 #include "fakeinstrument.h"
+#include "messagelog.h"
 #include "vrkupdate.h"
-#include "workerrun.h"
 
 #include <QGuiApplication>
 #include <QMetaProperty>

@@ -1,8 +1,10 @@
 #include "fakeinstrument.h"
+#include "messagelog.h"
+#include "shellpath.h"
 #include "vrkupdate.h"
-#include "workerrun.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QTemporaryDir>
 
 namespace {
@@ -100,6 +102,7 @@ private slots:
     void runs_data();
     void runs();
     void refusals();
+    void everyPathIsOneWordForTheShell();
 };
 
 void VrkUpdateTest::runs_data()
@@ -167,6 +170,26 @@ void VrkUpdateTest::refusals()
         if (processor == "arm")
             lines.insert(1, "progress 0.1 3000");
         compareLines(first, lines);
+    }
+}
+
+void VrkUpdateTest::everyPathIsOneWordForTheShell()
+{
+    const QStringList plain = { "/media/usb/zepra_update_v3.4-rc_1,@%+=:/a.tar.gz", "-u.tar.gz", "h:a" };
+    const QStringList quoted = {
+        "/usb stick/a", "/it's 'here'", "/a\"b\"", "/$(false)`false`$HOME", "~", "/a;b|c&d>e<f(g)!h#i~j*k?l[m]n{o}p\\q",
+        "/a\nfalse\n",  "/a\n",         "/更新",
+    };
+    for (const QString &folder : { QString("/"), here() }) { // from which a relative path counts
+        QVERIFY(QDir::setCurrent(folder));
+        for (const QString &path : plain + quoted) {
+            const QString absolute = QDir::current().absoluteFilePath(path);
+            QCOMPARE(shellPath(path) == absolute, plain.contains(path));
+            QProcess shell;
+            shell.start("/bin/sh", { "-c", "cd /; printf '%s|' " + shellPath(path) });
+            QVERIFY(shell.waitForFinished());
+            QCOMPARE(QString(shell.readAllStandardOutput()), absolute + '|');
+        }
     }
 }
 

@@ -7,26 +7,10 @@ from itertools import pairwise
 import pytest
 from simulator.instrument import Settings
 from simulator.run import SILENT, run_updater
+from simulator.view import STRIPE, speed_of_stripes
 
-STRIPE, PERIOD = 20, 40  # pixels
-STRIPES_SPEED = PERIOD / 0.25
+STRIPES_SPEED = 40 / 0.25  # pixels a second
 BAR_WIDTH = 480
-GAP_SECONDS = 0.1  # in a longer one the stripes move too far to tell the direction
-ENOUGH_SECONDS = 1
-
-
-def phase(row):
-    """Where in its period the pattern stands, in pixels from the left."""
-    first = len(row) - len(row.lstrip(row[0]))
-    return (first + (STRIPE if row[0] == "f" else 0)) % PERIOD
-
-
-def speed_of_stripes(rows):
-    """Pixels a second to the left; looks only at rows that follow each other closely."""
-    close = [(old, new) for old, new in pairwise(rows) if new[0] - old[0] < GAP_SECONDS]
-    seconds = sum(new[0] - old[0] for old, new in close)
-    assert seconds > ENOUGH_SECONDS, [at for at, _ in rows]
-    return sum((phase(old[1]) - phase(new[1]) + PERIOD / 2) % PERIOD - PERIOD / 2 for old, new in close) / seconds
 
 
 def test_motion(parts):

@@ -4,13 +4,14 @@ from pathlib import Path
 from xml.etree import ElementTree
 
 import pytest
-from PIL import Image, ImageChops
+from PIL import Image
 from simulator import SOURCES, gallery
+from simulator.view import margins_of
 from simulator.viewer import LOCALES, Viewer
 
 SMALL, LARGE = (800, 480), (1280, 800)
 ENGLISH, GERMAN = 1, 2
-MARGIN, INK = 16, [255 * (value > 160) for value in range(256)]
+MARGIN = 16
 # 9 points, as the desktop theme here has it, are 17 pixels then, like 12 points on an instrument without a theme.
 INSTRUMENT_SIZE = {"QT_FONT_DPI": "136"}
 FITS_SMALLER = "The size of 13 pixels would have room for these words, but the other size does not, not in this window"
@@ -40,13 +41,11 @@ def test_no_text_runs_past_the_edges(parts, locale):
     unknown, _ = texts.pop("unknown"), texts.pop("Reboot")
     texts["unknown version"] = next(text for text in texts.values() if "%2" in text).replace("%2", unknown)
     with Viewer(parts, environment=INSTRUMENT_SIZE) as viewer:
-        def ink(text):
-            red, green, blue = viewer.show(message=text).crop((0, 200, 800, 260)).split()
-            left, _, right, _ = ImageChops.darker(ImageChops.darker(red, green), blue).point(INK).getbbox()
-            return min(left, 800 - right)
+        def margin(text):
+            return margins_of(viewer.show(message=text), 200, 260)
 
         for source, text in texts.items():
             text = text.replace("%1", FIRMWARE if source.startswith("ATMEGA") else VERSION).replace("%2", VERSION)
-            assert ink(text) >= MARGIN, text
-        assert ink(FITS_SMALLER) < MARGIN
+            assert margin(text) >= MARGIN, text
+        assert margin(FITS_SMALLER) < MARGIN
     assert viewer.faults == []
