@@ -6,19 +6,11 @@
 
 #include <iostream>
 
-namespace {
-
-class ErrorChannel : public plog::IAppender
-{
-public:
+static struct ErrorChannel : plog::IAppender {
     ErrorChannel() { plog::init(plog::warning, this); }
 
     void write(const plog::Record &record) override
     {
         std::cerr << "record " << record.getSeverity() << ' ' << record.getMessage() << std::endl;
     }
-};
-
-ErrorChannel s_errorChannel;
-
-} // namespace
+} s_errorChannel;
