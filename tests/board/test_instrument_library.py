@@ -9,10 +9,9 @@ import pytest
 from simulator import SOURCES
 
 LIBRARY = Path(__file__).with_name("longerlibrary.cpp")
-PROJECT = f"""\
+PROJECT = """\
 cmake_minimum_required(VERSION 3.21)
 project(probe CXX)
-list(APPEND CMAKE_MODULE_PATH "{SOURCES}/cmake")
 find_package(VrkEmbeddedApi)
 add_executable(program program.cpp)
 target_link_libraries(program vrk-embedded-api)
@@ -40,7 +39,8 @@ def test_a_named_library(tmp_path, source, definition, said, usable):
         library.write_text(definition)
     (tmp_path / "CMakeLists.txt").write_text(PROJECT)
     (tmp_path / "program.cpp").write_text(PROGRAM)
-    configured = subprocess.run(["cmake", "-S", tmp_path, "-B", build, f"-DVRK_EMBEDDED_API_LIBRARY={library}"],
+    configured = subprocess.run(["cmake", "-S", tmp_path, "-B", build, f"-DCMAKE_MODULE_PATH={SOURCES}/cmake",
+                                 f"-DVRK_EMBEDDED_API_LIBRARY={library}"],
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
     assert said in " ".join(configured.stdout.split())
     assert (configured.returncode == 0) == usable

@@ -1,10 +1,12 @@
 """The screens as they are drawn: beside the pictures that are kept of them, and in every language."""
 
+import io
+import subprocess
 from pathlib import Path
 from xml.etree import ElementTree
 
 import pytest
-from PIL import Image
+from PIL import Image, ImageChops
 from simulator import SOURCES, gallery
 from simulator.view import margins_of
 from simulator.viewer import LOCALES, Viewer
@@ -17,6 +19,8 @@ INSTRUMENT_SIZE = {"QT_FONT_DPI": "136"}
 FITS_SMALLER = "The size of 13 pixels would have room for these words, but the other size does not, not in this window"
 VERSION = "3.14.10"
 FIRMWARE = "zentar/atmega/ZEPRA_AFW_2.07.hex"  # in this size no screen is wide enough for the whole path
+
+ICONS = {"accept": (53, 41), "discard": (28, 26), "left_arrow": (24, 33), "exitArrow": (128, 126), "exitMan": (128, 126)}
 
 
 @pytest.mark.parametrize("scene, size, language, names", [
@@ -49,3 +53,13 @@ def test_no_text_runs_past_the_edges(parts, locale):
             assert margin(text) >= MARGIN, text
         assert margin(FITS_SMALLER) < MARGIN
     assert viewer.faults == []
+
+
+@pytest.mark.parametrize("name", ICONS)
+def test_icon_is_its_drawing(name):
+    path = SOURCES / f"src/qml/images/icon_{name}.png"
+    icon = Image.open(path)
+    assert (icon.format, icon.mode, icon.size) == ("PNG", "RGBA", ICONS[name])
+    drawing = subprocess.run(["rsvg-convert", path.with_suffix(".svg")], check=True, capture_output=True).stdout
+    difference = ImageChops.difference(icon, Image.open(io.BytesIO(drawing)))
+    assert max(highest for _, highest in difference.getextrema()) <= 12  # releases blend edges differently

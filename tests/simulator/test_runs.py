@@ -9,7 +9,6 @@ import subprocess
 import tarfile
 import time
 from functools import partial
-from pathlib import Path
 from types import SimpleNamespace
 
 import pytest
