@@ -67,6 +67,5 @@ def test_echo_comes_first_and_on_standard_output(build):
 
 def test_signal_awaits_the_archive_test(updater, tmp_path):
     """A silent run tests its archive at once; the program leaves only when that has ended."""
-    archive = tmp_path / "gzip"
-    output = updater(["-u", archive, "--silent"], "testing", signal.SIGTERM)
-    assert f"testing {archive} with qtvirtualkeyboard\n" in output and "tested\n" in output
+    output = updater(["-u", tmp_path / "gzip", "--silent"], "testing", signal.SIGTERM)
+    assert f"testing {tmp_path}/gzip with qtvirtualkeyboard\n" in output and "tested\n" in output
