@@ -3,7 +3,7 @@
 The updater, the commands that it runs, and the X server share one processor core; software OpenGL draws.
 It is measured against a Qt Quick window with the same movement and nothing else, on a screen of its own,
 which runs beside it on the same core: first black, then on the updater's background. Needs root, two
-cores and a build with tests.
+cores and a build.
 """
 
 import argparse

@@ -6,6 +6,10 @@
 set(VRK_INSTRUMENT_LIBRARY auto CACHE STRING "Which instrument library to link: auto, maker or substitute")
 set_property(CACHE VRK_INSTRUMENT_LIBRARY PROPERTY STRINGS auto maker substitute)
 
+if(NOT VRK_INSTRUMENT_LIBRARY MATCHES "^(auto|maker|substitute)$")
+    message(FATAL_ERROR "VRK_INSTRUMENT_LIBRARY is ${VRK_INSTRUMENT_LIBRARY}, not auto, maker or substitute")
+endif()
+
 set(vrk_header_folder "${CMAKE_CURRENT_LIST_DIR}/../src/board")
 add_library(vrk-embedded-api-headers INTERFACE)
 target_include_directories(vrk-embedded-api-headers INTERFACE "${vrk_header_folder}")
@@ -33,8 +37,9 @@ function(vrk_try_library missing)
         OUTPUT_VARIABLE output)
     set(names "")
     if(NOT linked)
-        string(REGEX MATCHALL "undefined reference to `[^']+" names "${output}")
-        list(TRANSFORM names REPLACE ".*`" "")
+        # As the linkers bfd, gold and lld put it.
+        string(REGEX MATCHALL "undefined (reference to [`']|symbol: )[^'\n]+" names "${output}")
+        list(TRANSFORM names REPLACE "undefined (reference to [`']|symbol: )" "")
         list(REMOVE_DUPLICATES names)
         if(NOT names)
             message(FATAL_ERROR "${VRK_EMBEDDED_API_LIBRARY} cannot be linked:\n${output}")

@@ -1,4 +1,4 @@
-// What the substitute plays.
+// What the substitute does.
 #pragma once
 
 #include "vrk-embedded-api.h"

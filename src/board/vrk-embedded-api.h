@@ -78,7 +78,8 @@ using VRK_StatusCallback = void (*)(void *userData, VRK_ResultCode code, const c
 extern "C" {
 #endif
 
-/// Prepares the library; call it once, before anything else. Installs the shared plog logger.
+/// Prepares the library; call it once, before anything else. To install the shared plog logger is
+/// the library's business, too.
 VRK_ResultCode VRK_Lib_Initialize(VRK_StatusCallback callback, void *userData, VRK_Lib_Mode mode,
                                   bool debug);
 
@@ -101,7 +102,7 @@ VRK_ResultCode VRK_FlashATMEGA_file(const char *path, const VRK_ProgressCallback
 class ScopeLogger
 {
 public:
-    ScopeLogger(std::string name, bool quiet);
+    ScopeLogger(std::string name, bool); ///< the updater passes false
     ~ScopeLogger();
     ScopeLogger(const ScopeLogger &) = delete;
     ScopeLogger &operator=(const ScopeLogger &) = delete;

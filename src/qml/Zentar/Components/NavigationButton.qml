@@ -6,7 +6,7 @@ import Zentar.Components 1.0
 import "."
 
 /*
- * A button of the navigation row: a caption, an icon at one end and one in the middle. The
+ * A button at the foot of the screen: a caption, an icon at one end and one in the middle. The
  * icons are grey while it is disabled; a double frame marks the keyboard focus. The user
  * gives the width.
  */
