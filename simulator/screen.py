@@ -142,10 +142,11 @@ class Screen:
             xtest.fake_input(self._x, X.MotionNotify, x=x, y=y)
             self._x.sync()
 
-    def click(self, x, y):
-        """Clicks the mouse's left button on the pixel (x, y)."""
+    def click(self, x, y, hold=0.0):
+        """Clicks the mouse's left button on the pixel (x, y), which it holds for some seconds."""
         self.move(x, y)
         self._fake(X.ButtonPress, 1)
+        time.sleep(hold)
         self._fake(X.ButtonRelease, 1)
 
     def _fake(self, kind, *codes):

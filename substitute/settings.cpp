@@ -55,7 +55,7 @@ Settings::Settings()
     for (const Key &key : keys)
         m_values.insert(QLatin1String(key.name), key.standard);
 
-    const QString named = qEnvironmentVariable("VRK_EMBEDDED_API_INI");
+    const QString named = QString::fromLocal8Bit(qgetenv("VRK_EMBEDDED_API_INI"));
     const QString path = named.isEmpty() ? QStringLiteral("/etc/vrk-embedded-api.ini") : named;
     const QFileInfo info(path);
     if (named.isEmpty() && !info.exists())

@@ -20,8 +20,8 @@ bool KeyRepeat::eventFilter(QObject *receiver, QEvent *event)
     if (event->type() != QEvent::KeyPress)
         return false;
     const auto *press = static_cast<QKeyEvent *>(event);
-    if (press->isAutoRepeat() || press->key() != m_releasedKey
-        || press->timestamp() != m_releasedAt) {
+    if (press->isAutoRepeat() || press->key() != m_releasedKey || press->timestamp() != m_releasedAt
+        || press->timestamp() == 0) {
         return false;
     }
     QKeyEvent repeat(QEvent::KeyPress, press->key(), press->modifiers(), press->nativeScanCode(),

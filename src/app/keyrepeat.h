@@ -4,9 +4,9 @@
 
 class QGuiApplication;
 
-/// Marks the repeats of a held key as such on an X11 display. They come there as a release and a
-/// press of the same moment, which Qt tells from real ones only when both have already arrived.
-/// Lives on the main thread.
+/// Marks the presses that a held key repeats as such on an X11 display. They come there as a
+/// release and a press of the same moment, which Qt tells from real ones only when both have
+/// already arrived. Lives on the main thread.
 class KeyRepeat : public QObject
 {
 public:

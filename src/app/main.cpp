@@ -72,7 +72,7 @@ int main(int argc, char **argv)
     const UpdateRequest request = chooseUpdate(parser, argc, argv);
 
     QGuiApplication application(argc, argv);
-    const KeyRepeat keyRepeat(&application);
+    KeyRepeat keyRepeat(&application);
     handleTerminationSignals(&application);
 
     ApplicationController controller(request.mode, debug, silent, request.path, &application);

@@ -83,16 +83,17 @@ void ApplicationController::connectWorkers()
             &ApplicationController::onAtmegaUpdateFinished);
 }
 
-/// Processes the pending events once, then repaints the screen, which Qt would otherwise leave to a
+/// Processes the pending events, then repaints the screen, which Qt would otherwise leave to a
 /// later turn. The operator's input waits for that later turn: an answer must not start the update
 /// inside the caller.
 void ApplicationController::drawScreen()
 {
-    const HeldInput heldInput;
+    auto *heldInput = new HeldInput(this);
     QCoreApplication::processEvents();
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
         awaitExposure(window);
         QCoreApplication::postEvent(window, new QEvent(QEvent::UpdateRequest));
     }
     QCoreApplication::processEvents();
+    heldInput->release();
 }

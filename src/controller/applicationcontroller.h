@@ -16,7 +16,8 @@ class VRKUpdate;
 
 /// Everything the screen shows and everything the operator can do; walks through one update.
 /// Created, used and destroyed on the main thread. Destruction waits for a worker that still runs:
-/// the installer ends after its current command, a flash is always finished.
+/// the installer ends after its current command, or with its last step once /etc/fstab is switched;
+/// a flash is always finished.
 class ApplicationController : public QObject
 {
     Q_OBJECT
@@ -103,7 +104,7 @@ private:
     bool initVRK();
     bool connectToBackend() const;
     QString readDeviceInfo();
-    void readStatus();
+    VRK_ResultCode readStatus();
     void askForConfirmation(const QString &systemVersion);
     static void statusCallback(void *context, VRK_ResultCode code, const char *text);
     void handleStatusMessage(VRK_ResultCode code, const char *text);
@@ -111,6 +112,8 @@ private:
     void startUpdate();
     bool testArchive();
     void showLeaving(const QString &message);
+    void showBusyBar();
+    void drawScreen();
 
     void setInstructionsText(const QString &text);
     void setMessage(const QString &message);
@@ -122,8 +125,6 @@ private:
     void setExitCode(int exitCode);
     void setVRKInitialized(bool initialized);
     bool isVRKInitialized() const;
-    static void drawScreen();
-    void showBusyBar();
     void setError(const QString &message, ExitCode code);
     void setProgress(double progress, int expectedDurationMsecs);
 

@@ -59,7 +59,10 @@ void ApplicationController::init()
     setProgressBarIndeterminate(false);
 
     const QString systemVersion = readDeviceInfo();
-    readStatus();
+    const VRK_ResultCode statusResult = readStatus();
+    LOG_INFO << "VRK_Status: " << static_cast<int>(statusResult);
+    if (!m_boardConnected)
+        LOG_WARNING << "Measurement board not connected";
 
     if (m_mode == DISPLAY_ERROR)
         setError(tr("Error upgrading firmware: Please check USB drive"), EXIT_OK);
@@ -95,14 +98,13 @@ QString ApplicationController::readDeviceInfo()
     return QString::fromStdString(recordText(info.systemVersion));
 }
 
-void ApplicationController::readStatus()
+/// Keeps whether the board is connected and returns the library's result.
+VRK_ResultCode ApplicationController::readStatus()
 {
     VRK_Status status;
     const VRK_ResultCode code = VRK_GetStatus(&status);
-    LOG_INFO << "VRK_Status: " << static_cast<int>(code);
     m_boardConnected = status.boardConnected != 0;
-    if (!m_boardConnected)
-        LOG_WARNING << "Measurement board not connected";
+    return code;
 }
 
 void ApplicationController::askForConfirmation(const QString &systemVersion)

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QTimer>
 #include <QTouchEvent>
 
 namespace {
@@ -29,22 +30,39 @@ std::unique_ptr<QEvent> copiedInput(const QEvent *event)
 
 } // namespace
 
-HeldInput::HeldInput()
+HeldInput::HeldInput(QObject *parent)
+    : QObject(parent)
 {
     QCoreApplication::instance()->installEventFilter(this);
 }
 
-HeldInput::~HeldInput()
+void HeldInput::release()
 {
-    for (auto &[window, event] : m_events) {
-        if (window)
-            QCoreApplication::postEvent(window, event.release());
+    QTimer::singleShot(0, this, &HeldInput::deliver);
+}
+
+/// The window system may hand over newer input before this turn comes. It must not overtake, or a
+/// release would come before its press; so the filter stays until all is delivered.
+void HeldInput::deliver()
+{
+    if (m_events.empty()) {
+        QCoreApplication::instance()->removeEventFilter(this);
+        deleteLater();
+        return;
     }
+    const auto held = std::move(m_events.front());
+    m_events.pop_front();
+    release();
+    m_delivered = held.second.get();
+    if (held.first)
+        QCoreApplication::sendEvent(held.first, held.second.get());
 }
 
 bool HeldInput::eventFilter(QObject *receiver, QEvent *event)
 {
-    std::unique_ptr<QEvent> copy = receiver->isWindowType() ? copiedInput(event) : nullptr;
+    if (event == m_delivered || !receiver->isWindowType())
+        return false;
+    std::unique_ptr<QEvent> copy = copiedInput(event);
     if (!copy)
         return false;
     m_events.emplace_back(receiver, std::move(copy));

@@ -4,21 +4,27 @@
 #include <QObject>
 #include <QPointer>
 
+#include <deque>
 #include <memory>
 #include <utility>
-#include <vector>
 
-/// Holds back what the operator does (keys, mouse, touch) for as long as the object lives; the
-/// windows get it in the next turn of the event loop after that. For the main thread.
+/// Holds back what the operator does (keys, mouse, touch), from construction until release() and a
+/// turn of the event loop later, and delivers it then in its order. Deletes itself when nothing is
+/// left to deliver. For the main thread.
 class HeldInput : public QObject
 {
 public:
-    HeldInput();
-    ~HeldInput() override;
+    explicit HeldInput(QObject *parent);
+
+    /// Lets the windows have the held input, one event a turn, and behind it what comes meanwhile.
+    void release();
 
 protected:
     bool eventFilter(QObject *receiver, QEvent *event) override;
 
 private:
-    std::vector<std::pair<QPointer<QObject>, std::unique_ptr<QEvent>>> m_events;
+    void deliver();
+
+    std::deque<std::pair<QPointer<QObject>, std::unique_ptr<QEvent>>> m_events;
+    const QEvent *m_delivered = nullptr;
 };

@@ -122,7 +122,7 @@ void ApplicationControllerTest::prepare()
             touch -h -d "$((age -= 1)) days ago" "${1%@}"
         done
     )SH";
-    const QStringList files = setting("files", "ZEPRA_AFW_2.07.hex").split(' ', Qt::SkipEmptyParts);
+    const QStringList files = setting("files", "ZEPRA_AFW_2.07.hex").split(' ').filter(QRegularExpression("."));
     const QStringList arguments = { "-ec", script, "sh", setting("path", usualPath) };
     QCOMPARE(QProcess::execute("sh", arguments + files), 0);
     s_goneFile = firmwareFolder + setting("gone", "");
@@ -235,7 +235,7 @@ void ApplicationControllerTest::runs()
     QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
     if (m_settings.contains("tap"))
         tapYes();
-    QStringList actions = setting("then", "").split(' ', Qt::SkipEmptyParts);
+    QStringList actions = setting("then", "").split(' ').filter(QRegularExpression("."));
     bool answered = false;
     int restingPolls = 0;
     QTimer poll;
@@ -320,7 +320,7 @@ void ApplicationControllerTest::workersEndWithTheirController()
         fakeInstrument().flash = [&](const VRK_ProgressCallback *) { return work(); };
         auto controller = std::make_unique<ApplicationController>(ApplicationController::UPDATE_ZEPRA, false, false,
                                                                   "/", nullptr);
-        QCoreApplication::processEvents(); // up to the question
+        QTest::qWait(50); // up to the question
         for (QObject *child : controller->children())
             connect(child, &QObject::destroyed, [name = child->metaObject()->className()] { MessageLog::note(name); });
         auto *installer = controller->findChild<VRKUpdate *>();

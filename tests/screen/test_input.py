@@ -58,7 +58,7 @@ def click_early(seconds):
     def click(run):
         run.wait_for_output("init with mode")
         time.sleep(seconds)
-        run.screen.click(*YES)
+        run.screen.click(*YES, hold=0.15)
     return click
 
 
@@ -99,7 +99,8 @@ def keys(*names):
 }.items()])
 def test_input(parts, start, action, reaction):
     arguments, settings, wanted = STARTS[start]
-    with run_updater(arguments, settings, build=parts) as run:
+    # Qt's own dispatcher hands newer input over before what is posted: the harder case.
+    with run_updater(arguments, settings, build=parts, environment={"QT_NO_GLIB": "1"}) as run:
         if wanted:
             run.watcher.wait_for(**wanted)
         action(run)
