@@ -73,6 +73,23 @@ def on_screen(instrument, screen, arguments, environment=None, watcher=None):
 
 
 @contextlib.contextmanager
+def _temporary_folder():
+    """A folder that is removed in the end, if need be at the second try.
+
+    Once in some hundred times a folder from which something has just been unmounted changes under the removal.
+    """
+    made = tempfile.TemporaryDirectory()
+    try:
+        yield Path(made.name)
+    finally:
+        try:
+            made.cleanup()
+        except OSError:
+            time.sleep(1)
+            made.cleanup()
+
+
+@contextlib.contextmanager
 def run_updater(arguments=("-u", ARCHIVE), settings=Settings(), *, build, size=SMALLEST, ballast_files=0,
                 environment=None, watched=True):
     """Starts the updater in an instrument without a card, in a temporary folder; yields a Run.
@@ -81,7 +98,7 @@ def run_updater(arguments=("-u", ARCHIVE), settings=Settings(), *, build, size=S
     private (namespaces.py). Raises RuntimeError at the end when the QML engine complained.
     """
     with contextlib.ExitStack() as stack:
-        folder = Path(stack.enter_context(tempfile.TemporaryDirectory()))
+        folder = stack.enter_context(_temporary_folder())
         screen = stack.enter_context(Screen(*size))
         watcher = stack.enter_context(Watcher(screen)) if watched else None
         instrument = stack.enter_context(Instrument(folder, build, replace(settings, card=False)))
