@@ -155,11 +155,20 @@ class Screen:
                 xtest.fake_input(self._x, kind, code)
             self._x.sync()
 
-    def _require_window(self):
+    def wait_for_window(self, timeout=5.0):
+        """Waits until a window is there for the input; raises ScreenError when none comes."""
+        until = time.monotonic() + timeout
+        while not self._has_window() and time.monotonic() < until:
+            time.sleep(0.001)
+        self._require_window()
+
+    def _has_window(self):
         """Input reaches only a window with the focus, which the watcher gives (watcher.py)."""
         with self._in_use:
-            focus = self._x.get_input_focus().focus
-        if isinstance(focus, int):
+            return not isinstance(self._x.get_input_focus().focus, int)
+
+    def _require_window(self):
+        if not self._has_window():
             raise ScreenError("there is no window on the screen")
 
 

@@ -57,6 +57,7 @@ def click_early(seconds):
     """A click on yes so long after the controller has said that it is there."""
     def click(run):
         run.wait_for_output("init with mode")
+        run.screen.wait_for_window()
         time.sleep(seconds)
         run.screen.click(*YES, hold=0.15)
     return click
