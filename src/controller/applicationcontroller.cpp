@@ -84,9 +84,9 @@ void ApplicationController::connectWorkers()
 }
 
 /// Processes the pending events, then repaints the screen, which Qt would otherwise leave to a
-/// later turn. The operator's input waits for that later turn: an answer must not start the update
-/// inside the caller.
-void ApplicationController::drawScreen()
+/// later turn. The operator's input is held back until the caller releases it: an answer must not
+/// start the update inside the caller.
+HeldInput *ApplicationController::drawScreen()
 {
     auto *heldInput = new HeldInput(this);
     QCoreApplication::processEvents();
@@ -95,5 +95,5 @@ void ApplicationController::drawScreen()
         QCoreApplication::postEvent(window, new QEvent(QEvent::UpdateRequest));
     }
     QCoreApplication::processEvents();
-    heldInput->release();
+    return heldInput;
 }

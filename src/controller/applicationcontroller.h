@@ -9,6 +9,7 @@
 #include <string>
 
 class AtmegaUpdate;
+class HeldInput;
 class LocaleManager;
 class QQmlApplicationEngine;
 class QSettings;
@@ -113,7 +114,7 @@ private:
     bool testArchive();
     void showLeaving(const QString &message);
     void showBusyBar();
-    void drawScreen();
+    HeldInput *drawScreen();
 
     void setInstructionsText(const QString &text);
     void setMessage(const QString &message);

@@ -29,5 +29,5 @@ void ApplicationController::showLeaving(const QString &message)
     setButtonVisible(false);
     showBusyBar();
     setMessage(message);
-    drawScreen();
+    drawScreen(); // what the operator does from here on answers nothing any more
 }

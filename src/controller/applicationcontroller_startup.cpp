@@ -1,6 +1,7 @@
 // Start-up: language, screen, instrument library, and the question put to the operator.
 #include "applicationcontroller.h"
 
+#include "heldinput.h"
 #include "language.h"
 #include "localemanager.h"
 
@@ -47,7 +48,7 @@ void ApplicationController::init()
 {
     setMessage(tr("Welcome to updater"));
     showBusyBar();
-    drawScreen(); // the library blocks this thread from here on
+    drawScreen()->release(); // the library blocks this thread from here on
 
     if (!initVRK())
         return;

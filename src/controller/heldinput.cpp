@@ -15,6 +15,10 @@ std::unique_ptr<QEvent> copiedInput(const QEvent *event)
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
         return std::make_unique<QKeyEvent>(*static_cast<const QKeyEvent *>(event));
+    case QEvent::MouseMove:
+        if (static_cast<const QMouseEvent *>(event)->buttons() == Qt::NoButton)
+            return nullptr;
+        return std::make_unique<QMouseEvent>(*static_cast<const QMouseEvent *>(event));
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonRelease:
     case QEvent::MouseButtonDblClick:
@@ -50,12 +54,15 @@ void HeldInput::deliver()
         deleteLater();
         return;
     }
-    const auto held = std::move(m_events.front());
-    m_events.pop_front();
-    release();
-    m_delivered = held.second.get();
-    if (held.first)
-        QCoreApplication::sendEvent(held.first, held.second.get());
+    release(); // a nested event loop goes on with the rest, and may end this object
+    const QPointer<HeldInput> self(this);
+    while (self && !m_events.empty()) {
+        const auto held = std::move(m_events.front());
+        m_events.pop_front();
+        m_delivered = held.second.get();
+        if (held.first)
+            QCoreApplication::sendEvent(held.first, held.second.get());
+    }
 }
 
 bool HeldInput::eventFilter(QObject *receiver, QEvent *event)

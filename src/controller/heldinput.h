@@ -9,14 +9,14 @@
 #include <utility>
 
 /// Holds back what the operator does (keys, mouse, touch), from construction until release() and a
-/// turn of the event loop later, and delivers it then in its order. Deletes itself when nothing is
-/// left to deliver. For the main thread.
+/// turn of the event loop later, and delivers it then. Deletes itself when nothing is left to
+/// deliver; without release() nothing is delivered. For the main thread.
 class HeldInput : public QObject
 {
 public:
     explicit HeldInput(QObject *parent);
 
-    /// Lets the windows have the held input, one event a turn, and behind it what comes meanwhile.
+    /// Lets the windows have the held input in the next turn, and behind it what comes meanwhile.
     void release();
 
 protected:

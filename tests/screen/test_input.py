@@ -93,6 +93,8 @@ def keys(*names):
     "long touch there": ("error", lambda run: run.screen.touch(*CORNER, hold=LONG), nothing),
     "early Return": ("welcome", keys("Return"), stays_open),
     "held Return": ("welcome", lambda run: run.screen.key_down("Return"), stays_open),
+    "Return held, then pressed": ("welcome", lambda run: (run.screen.key_down("Return"), time.sleep(0.8),
+                                                         run.screen.key_up("Return"), run.screen.key("Return")), stays_open),
     "Return held": ("welcome to an error", lambda run: run.screen.key_down("Return"), stays_open),
     **{f"click after {ms} ms": ("start", click_early(ms / 1000), updates_once) for ms in (0, 30, 60, 100)},
     "any key": ("installing", keys("Return", "h", "l", "Right", "Tab"), nothing),
