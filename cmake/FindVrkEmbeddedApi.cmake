@@ -86,6 +86,8 @@ if(VRK_EMBEDDED_API_LIBRARY)
         IMPORTED_LOCATION "${VRK_EMBEDDED_API_LIBRARY}"
         # A library without a name of its own must not be remembered by the SDK's path.
         IMPORTED_NO_SONAME TRUE
+        # As when it was tried: what the library needs itself need not be in the SDK.
+        INTERFACE_LINK_OPTIONS -Wl,--allow-shlib-undefined
         INTERFACE_LINK_LIBRARIES vrk-embedded-api-headers)
 elseif(VRK_INSTRUMENT_LIBRARY STREQUAL "maker")
     message(FATAL_ERROR "libvrk-embedded-api was not found: set VRK_EMBEDDED_API_LIBRARY to the maker's")

@@ -45,8 +45,9 @@ struct Milestone {
     int msecs;
 };
 
-// Each is reported behind its command, because nothing measures how far a command has come. So the
-// bar stands at 20 % for as long as the archive is unpacked, and only then sets out for 90 %.
+// All but the first are reported behind their command, because nothing measures how far a command
+// has come. So the bar stands at 20 % for as long as the archive is unpacked, and only then sets
+// out for 90 %.
 constexpr Milestone begun = { 0.1, 3000 }; //      before the first command
 constexpr Milestone mounted = { 0.15, 4000 }; //   mount /dev/<inactive> /usr/local
 constexpr Milestone cleared = { 0.2, 4000 }; //    rm -rf /usr/local/*
