@@ -1,8 +1,10 @@
 // Linked on top of the product: a logger that is there before main() is, and writes its records to
-// the error channel.
+// the error channel, behind how the application is set up.
 #include <plog/Log.h>
 
 #include <plog/Init.h>
+
+#include <QCoreApplication>
 
 #include <iostream>
 
@@ -11,6 +13,9 @@ static struct ErrorChannel : plog::IAppender {
 
     void write(const plog::Record &record) override
     {
-        std::cerr << "record " << record.getSeverity() << ' ' << record.getMessage() << std::endl;
+        std::cerr << qPrintable(QCoreApplication::organizationName()) << ' '
+                  << qPrintable(QCoreApplication::applicationName()) << ' '
+                  << QCoreApplication::testAttribute(Qt::AA_EnableHighDpiScaling) << ' ' << record.getSeverity() << ' '
+                  << record.getMessage() << std::endl;
     }
 } s_errorChannel;

@@ -8,7 +8,7 @@ import pytest
 
 USAGE = "Usage: vrk-updater -u <update-file> [--debug] [--silent]\n"
 SLOW_GZIP = '#!/bin/sh\necho "testing $2 with $QT_IM_MODULE"\nsleep 1\necho tested\nexit 1\n'
-WARNING, DEBUG = "record 3", "record 5"
+WARNING, DEBUG = "zentar vrk-updater 1 3", "zentar vrk-updater 1 5"  # with the names and the scaling that are set
 
 
 @pytest.fixture
@@ -41,8 +41,8 @@ def updater(build, tmp_path):
     ("-u", 0, ""),
     ("-u --silent", 0, "--silent"),
     ("b.tar.gz -u a.tar.gz -u c", 0, "a.tar.gz"),
-    ("/a/zepra_update_v2.tar.gz --debug", 0, "/a/zepra_update_v2.tar.gz"),
-    ("notes.tar.gz.txt", 0, "notes.tar.gz.txt"),
+    ("/а/zepra_update_v2.tar.gz --debug", 0, "/а/zepra_update_v2.tar.gz"),
+    ("notes-tar.gz.txt", 0, "notes-tar.gz.txt"),
     ("--debug /a.tar.gz", 1, ""),
     ("/a/IMAGE.TAR.GZ --debug=1", 1, ""),
     ("-ua --Debug", 1, ""),

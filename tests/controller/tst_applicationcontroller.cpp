@@ -149,7 +149,7 @@ void ApplicationControllerTest::prepare()
         MessageLog::note(line);
         m_turns.acquire(m_turns.available());
         QMetaObject::invokeMethod(this, "turn", Qt::QueuedConnection);
-        return m_turns.tryAcquire(1, 5000) ? int(code("gzip")) : 256;
+        return m_turns.tryAcquire(1, 2000) ? int(code("gzip")) : 256;
     };
 }
 
@@ -180,6 +180,12 @@ void ApplicationControllerTest::turn()
 {
     MessageLog::note("turn");
     m_turns.release();
+    if (setting("tap", "") != "touch")
+        return;
+    static QTouchDevice *const device = QTest::createTouchDevice();
+    QWindow *window = QGuiApplication::topLevelWindows().first();
+    QTest::touchEvent(window, device, false).press(0, { 200, 456 }).commit(false); // comes at once
+    QTest::touchEvent(window, device, false).release(0, { 200, 456 }).commit(false);
 }
 
 /// A finger's worth of events that wait for the next turn.
@@ -210,6 +216,9 @@ void ApplicationControllerTest::take(const QString &action, ApplicationControlle
         QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
         if (action.startsWith("tap"))
             tapYes();
+        if (action.startsWith("key"))
+            QCoreApplication::postEvent(QGuiApplication::topLevelWindows().first(),
+                                        new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
         action.endsWith("no") ? controller->handleButtonCancel() : controller->handleButtonPress();
         MessageLog::note("pressed");
     }
@@ -233,7 +242,7 @@ void ApplicationControllerTest::runs()
                                      nullptr);
     watch(&controller);
     QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
-    if (m_settings.contains("tap"))
+    if (setting("tap", "") == "mouse")
         tapYes();
     QStringList actions = setting("then", "").split(' ').filter(QRegularExpression("."));
     bool answered = false;
@@ -320,7 +329,8 @@ void ApplicationControllerTest::workersEndWithTheirController()
         fakeInstrument().flash = [&](const VRK_ProgressCallback *) { return work(); };
         auto controller = std::make_unique<ApplicationController>(ApplicationController::UPDATE_ZEPRA, false, false,
                                                                   "/", nullptr);
-        QTest::qWait(50); // up to the question
+        QTRY_COMPARE(controller->message().left(7), "Are you"); // the question
+        QTRY_COMPARE(controller->children().size(), 4); // no held input any more
         for (QObject *child : controller->children())
             connect(child, &QObject::destroyed, [name = child->metaObject()->className()] { MessageLog::note(name); });
         auto *installer = controller->findChild<VRKUpdate *>();
