@@ -18,7 +18,7 @@ std::unique_ptr<QEvent> copiedInput(const QEvent *event)
     case QEvent::MouseMove:
         if (static_cast<const QMouseEvent *>(event)->buttons() == Qt::NoButton)
             return nullptr;
-        return std::make_unique<QMouseEvent>(*static_cast<const QMouseEvent *>(event));
+        [[fallthrough]];
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonRelease:
     case QEvent::MouseButtonDblClick:
