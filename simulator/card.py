@@ -1,4 +1,4 @@
-"""The instrument's MMC card: an image file with a partition table and two ext4 partitions."""
+"""The instrument's MMC card: an image file with a partition table, a root partition and two system partitions."""
 
 import errno
 import fcntl
@@ -10,15 +10,16 @@ import subprocess
 MIB = 1024 * 1024
 SECTOR = 512
 BEFORE_PARTITIONS = 8 * MIB
+WHOLE, ROOT = "mmcblk1", "mmcblk1p2"
 PARTITIONS = ("mmcblk1p3", "mmcblk1p4")
-WHOLE = "mmcblk1"
+TABLE, TABLE_ENTRY = 446, struct.Struct("<8xII")  # where it lies in the image; first sector and number of sectors
 
 LOOP_CTL_GET_FREE, LOOP_CONFIGURE = 0x4C82, 0x4C0A
 READ_ONLY, AUTOCLEAR = 1, 4
 
 
 def other_partition(name):
-    """The name of the partition that is not the given one."""
+    """The name of the system partition that is not the given one."""
     return PARTITIONS[1 - PARTITIONS.index(name)]
 
 
@@ -29,14 +30,18 @@ class Card:
         self.image = image
         self._devices = {}
 
-    def make(self, contents, partition_bytes):
-        """Writes a sparse image; contents maps each partition's name to the folder that fills it."""
+    def make(self, contents, root_bytes, partition_bytes, power_of_two=False):
+        """Writes a sparse image; contents maps each partition's name to the folder that fills it.
+
+        The sizes are those of the root partition and of each system partition, in whole MiB. An emulated
+        SD card wants a size that is a power of two; the image then ends with room that no partition has.
+        """
+        total, table = BEFORE_PARTITIONS, ["label: dos"]
+        for name, size in ((ROOT, root_bytes), *((name, partition_bytes) for name in PARTITIONS)):
+            table.append(f"{name} : start={total // SECTOR}, size={size // SECTOR}, type=83")
+            total += size
         with open(self.image, "wb") as file:
-            file.truncate(BEFORE_PARTITIONS + len(PARTITIONS) * partition_bytes)
-        table = ["label: dos"]
-        for name in PARTITIONS:
-            start, size = self.region(name)
-            table.append(f"{name} : start={start // SECTOR}, size={size // SECTOR}, type=83")
+            file.truncate(1 << (total - 1).bit_length() if power_of_two else total)
         subprocess.run(["sfdisk", "--quiet", self.image], input="\n".join(table), text=True, check=True)
         for name, folder in contents.items():
             start, size = self.region(name)
@@ -47,17 +52,21 @@ class Card:
 
     @property
     def partition_bytes(self):
-        """The size of each partition."""
-        return (self.image.stat().st_size - BEFORE_PARTITIONS) // len(PARTITIONS)
+        """The size of each system partition."""
+        return self.region(PARTITIONS[0])[1]
 
     def region(self, name):
-        """Where a partition lies in the image: its start and its size in bytes."""
-        size = self.partition_bytes
-        return BEFORE_PARTITIONS + PARTITIONS.index(name) * size, size
+        """Where a partition lies in the image: its start and its size in bytes, as the partition table tells."""
+        with open(self.image, "rb") as file:
+            file.seek(TABLE + TABLE_ENTRY.size * (int(name.removeprefix(f"{WHOLE}p")) - 1))
+            start, size = (sectors * SECTOR for sectors in TABLE_ENTRY.unpack(file.read(TABLE_ENTRY.size)))
+        if not size:
+            raise OSError(f"the card {self.image} has no partition {name}; it may be of an older kind")
+        return start, size
 
     def attach(self):
         """Attaches loop devices to the card and its partitions; maps their names to device numbers."""
-        for name in PARTITIONS:
+        for name in (ROOT, *PARTITIONS):
             self._devices[name] = self._attach(*self.region(name), AUTOCLEAR)
         self._devices[WHOLE] = self._attach(0, 0, AUTOCLEAR | READ_ONLY)
         return {name: os.fstat(device).st_rdev for name, device in self._devices.items()}
@@ -95,7 +104,7 @@ class Card:
 
     def read_file(self, partition, name):
         """The content of a file on a partition; empty when there is none."""
-        return self.debugfs(partition, f"cat /{name}")
+        return self.debugfs(partition, f"cat /{name.lstrip('/')}")
 
     def copy_out(self, partition, folder):
         """Copies all that lies on a partition into a folder."""

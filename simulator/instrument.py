@@ -8,7 +8,6 @@ import configparser
 import json
 import os
 import re
-import shutil
 import stat
 import subprocess
 import tempfile
@@ -17,7 +16,7 @@ from pathlib import Path
 
 from . import archive, faults
 from .build import SCREEN_VSYNC
-from .card import MIB, PARTITIONS, Card
+from .card import MIB, PARTITIONS, ROOT, Card
 from .namespaces import WITH_PARENT
 from .rootfs import RootFileSystem
 
@@ -31,6 +30,7 @@ BOARD_STATE = "board.ini"
 FSTAB = "/etc/fstab"
 VERSION_FILE = "share/zentar/version"
 
+ROOT_BYTES = 32 * MIB
 FSTAB_TEXT = """\
 # <device>      <folder>   <type>  <options>         <dump> <pass>
 /dev/mmcblk1p3  /usr/local ext4    defaults,noatime  0      2
@@ -81,8 +81,11 @@ class Instrument:
                 versions = dict(zip(PARTITIONS, (settings.running_version, OLDER_VERSION)))
                 for name, version in versions.items():
                     archive.write_system(Path(made, name), version, settings.board_version, self._build.translations)
-                self.card.make({name: Path(made, name) for name in versions}, settings.partition_bytes)
-        (self.folder / "fstab").write_text(FSTAB_TEXT)
+                fstab = Path(f"{made}/{ROOT}{FSTAB}")
+                fstab.parent.mkdir(parents=True)
+                fstab.write_text(FSTAB_TEXT)
+                self.card.make({name: Path(made, name) for name in (ROOT, *versions)}, ROOT_BYTES,
+                               settings.partition_bytes)
         for state in (self.folder / "board").iterdir():
             state.unlink()
         (self.folder / "instrument.json").write_text(json.dumps({"board_version": settings.board_version}))
@@ -94,39 +97,37 @@ class Instrument:
     def __enter__(self):
         self.root = RootFileSystem(self.folder / "memory", self._build.base)
         try:
+            self._mount_systems()
             self._write_configuration()
             self._install_program()
             self._install_faults()
-            self._mount_system()
         except BaseException:
             self._switch_off()
             raise
         return self
 
     def __exit__(self, *_):
-        try:
-            shutil.copy(self.root.inside(FSTAB), self.folder / "fstab")
-        finally:
-            self._switch_off()
+        self._switch_off()
 
     def _switch_off(self):
         self.root.close()
         if self.card:
             self.card.detach()
 
-    def _mount_system(self):
+    def _mount_systems(self):
         if self.card:
             self._devices = self.card.attach()
             for name, number in self._devices.items():
                 self.root.add_device(name, stat.S_IFBLK | 0o660, number)
+            self.root.keep_changes(os.path.dirname(FSTAB), ROOT)
             subprocess.run(self.root.command("mount", SYSTEM), check=True)
         else:
+            self.root.write(FSTAB, FSTAB_TEXT)
             archive.write_system(self.root.inside(SYSTEM), self.settings.running_version,
                                  self.settings.board_version, self._build.translations)
 
     def _write_configuration(self):
         settings = self.settings
-        self.root.write(FSTAB, (self.folder / "fstab").read_text())
         self.root.write("/var/zepra/vrk-gui/settings.ini", f"[Regional]\nlanguage={settings.language}\n")
         self.root.write("/etc/vrk-embedded-api.ini", "\n".join([
             "[instrument]", f"system_version_file={SYSTEM}/{VERSION_FILE}",
@@ -188,7 +189,8 @@ class Instrument:
 
     def configured_partition(self):
         """The partition that /etc/fstab names for /usr/local, or None; while it is switched off."""
-        match = re.search(r"^/dev/(\S+)\s+/usr/local\s", (self.folder / "fstab").read_text(), re.MULTILINE)
+        fstab = self.card.read_file(ROOT, FSTAB).decode(errors="replace")
+        match = re.search(r"^/dev/(\S+)\s+/usr/local\s", fstab, re.MULTILINE)
         return match[1] if match else None
 
     def system_versions(self):

@@ -25,7 +25,7 @@ class RootFileSystem:
     """
 
     def __init__(self, folder, base="/"):
-        self._memory = folder
+        self._memory, self._base = folder, Path(base)
         self.path = folder / "root"
         mount("-t", "tmpfs", "-o", "mode=0755", "instrument", folder)
         upper, work = folder / "upper", folder / "work"
@@ -94,6 +94,19 @@ class RootFileSystem:
         mount("--bind", source, place)
         if options:
             mount("-o", ",".join(("remount", "bind", *options)), place)
+
+    def keep_changes(self, path, device):
+        """Shows a folder of the base whose changes lie on the file system of a block device, at the same path.
+
+        A file that was written here is a plain file there.
+        """
+        kept = self._memory / "kept"
+        kept.mkdir()
+        mount("-o", "noatime", self.inside(f"/dev/{device}"), kept)
+        work = kept / ".overlay"
+        work.mkdir(exist_ok=True)
+        mount("-t", "overlay", "-o", f"lowerdir={self._base}{path},upperdir={kept}{path},workdir={work}",
+              path, self.inside(path))
 
     def share_displays(self):
         """Lets programs inside reach the X servers of this machine."""
