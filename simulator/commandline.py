@@ -7,6 +7,7 @@ import sys
 from pathlib import Path
 
 from .build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, NotPossible, make, require_devices
+from .languages import LOCALES
 
 OWN_FAILURE = 125
 SIGNALS = ("TERM", "INT", "KILL")
@@ -95,7 +96,7 @@ def make_parser():
     instrument.add_argument("--board-result", type=int, metavar="CODE", default=0,
                             help="what flashing ends with, for example 58 (0: success)")
     instrument.add_argument("--language", type=int, metavar="N", default=1,
-                            help="language number of the settings, 1 to 12 (1: English)")
+                            help=f"language number of the settings, 1 to {len(LOCALES)} (1: English)")
     instrument.add_argument("--fail", type=command_and_number, action="append", default=[], metavar="NAME[:N]",
                             help="the command NAME fails from its N-th call on, for example tar:2")
     instrument.add_argument("--delay", type=command_and_number, action="append", default=[], metavar="NAME[:N]",

@@ -22,9 +22,9 @@ from .build import NOT_POSSIBLE, Build, NotPossible, require_screen
 from .namespaces import run_isolated
 from .run import ARCHIVE, CORRUPT_ARCHIVE, MISSING_ARCHIVE, UNNAMED_ARCHIVE, run_updater
 from .instrument import Settings
+from .languages import LOCALES
 from .screen import SMALLEST
 from .view import TRACK, View, bar_place, differing, letter
-from .viewer import LOCALES
 
 REACTION_SECONDS = 0.3
 PATIENCE_SECONDS = 60

@@ -3,19 +3,14 @@
 import contextlib
 import json
 import os
-import re
 import subprocess
 import tempfile
 
-from . import SOURCES
 from .namespaces import WITH_PARENT
 from .run import qml_faults
 from .screen import Screen
 
 MAIN = "qrc:/main.qml"
-# In the order of their numbers, which is that of the source.
-LOCALES = re.findall(r'return QStringLiteral\("(.+)"\)',
-                     (SOURCES / "src" / "locale" / "language.cpp").read_text().replace("-", "_"))
 PATIENCE_SECONDS = 10
 
 

@@ -12,8 +12,8 @@ from types import SimpleNamespace
 import pytest
 from simulator import SOURCES, namespaces
 from simulator.build import NOT_POSSIBLE
+from simulator.languages import LOCALES
 from simulator.rootfs import RootFileSystem
-from simulator.viewer import LOCALES
 
 pytestmark = pytest.mark.arm
 FILES = {"bin/vrk-updater": "-rwxr-xr-x", "bin/vrk-updater-launch": "-rwxr-xr-x",

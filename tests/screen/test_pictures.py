@@ -8,8 +8,9 @@ from xml.etree import ElementTree
 import pytest
 from PIL import Image, ImageChops
 from simulator import SOURCES, gallery
+from simulator.languages import LOCALES
 from simulator.view import margins_of
-from simulator.viewer import LOCALES, Viewer
+from simulator.viewer import Viewer
 
 SMALL, LARGE = (800, 480), (1280, 800)
 ENGLISH, GERMAN = 1, 2

@@ -26,12 +26,15 @@ ROOT = Path(__file__).resolve().parents[2]
     ("es", "¿", "&quot;", "without its opening mark & a straight quotation mark"),
     ("zh_TW", 'language="zh_TW"', 'language="zh_CN"', 'language attribute is "zh_CN" instead of "zh_TW"'),
     ("es", "</TS>", "", "not readable"),
-    ("translations/CMakeLists.txt", " vi ", " ", "does not list the languages of the program"),
-    ("src/locale/language.cpp", '("pt")', '("it")', "_it.ts: no such file & _pt.ts: no language of the program"),
+    ("translations/CMakeLists.txt", " vi ", " eo ", "CMakeLists.txt: does not list vi & CMakeLists.txt: lists eo,"),
+    ("src/locale/language.h", "Ru,", "Ru,\n Eo", "src/locale/language.cpp: no locale code for Eo"),
+    ("src/locale/language.cpp", "case De", "case Xx", "code for De & names are not in the order of src/locale/language.h"),
+    ("src/locale/language.cpp", '("pt")', '("eo")', "_eo.ts: no such file & _pt.ts: no language of the program"),
+    ("docs/languages.md", "| 4 |", "| 14 |", "docs/languages.md: the table lacks | 4 | `fr` | `vrk & is | 14 | `fr` |"),
     ("src/locale/localemanager.cpp", "return {};", 'return QObject::tr("Stray");', "ApplicationController, QObject"),
 ])
 def test_fault_is_named(tmp_path, file, text, other, said):
-    for part in ("src", "translations"):
+    for part in ("src", "translations", "docs"):
         shutil.copytree(ROOT / part, tmp_path / part)
     path = tmp_path / (file if "/" in file else f"translations/vrk-updater_{file}.ts")
     good = path.read_text(encoding="utf-8")
