@@ -1,6 +1,7 @@
 """The command line of ./simulate."""
 
 import argparse
+import re
 import signal
 import subprocess
 import sys
@@ -33,12 +34,19 @@ class Parser(argparse.ArgumentParser):
         self.exit(OWN_FAILURE, f"simulate: {message} (see ./simulate --help)\n")
 
 
-def command_and_number(text):
-    """NAME or NAME:N as a pair of name and number, which is 1 unless given."""
-    name, _, number = text.partition(":")
-    if not name or "/" in name or not (number or "1").isdigit() or number == "0":
-        raise argparse.ArgumentTypeError(f"{text!r} is not NAME or NAME:N")
-    return name, int(number or 1)
+def command(text):
+    """How a command line of the updater begins, with the number behind it that faults.py describes."""
+    if not text.strip() or text[0] in "#@":
+        raise argparse.ArgumentTypeError(f"{text!r} is not how a command begins")
+    return text
+
+
+def seconds_at_command(text):
+    """SECONDS@COMMAND as a pair of the command and the seconds."""
+    seconds, _, beginning = text.partition("@")
+    if not re.fullmatch(r"\d+(\.\d+)?", seconds) or not beginning:
+        raise argparse.ArgumentTypeError(f'{text!r} is not seconds, @, and how a command begins, as "3@tar xvzf"')
+    return command(beginning), float(seconds)
 
 
 def screen_size(text):
@@ -54,7 +62,7 @@ def signal_at_moment(text):
     name, _, moment = text.partition("@")
     if name not in SIGNALS or not moment:
         raise argparse.ArgumentTypeError(f"{text!r} is not one of {', '.join(SIGNALS)}, @, and a moment")
-    return name, moment
+    return name, command(moment)
 
 
 def mebibytes(text):
@@ -97,17 +105,18 @@ def make_parser():
                             help="what flashing ends with, for example 58 (0: success)")
     instrument.add_argument("--language", type=int, metavar="N", default=1,
                             help=f"language number of the settings, 1 to {len(LOCALES)} (1: English)")
-    instrument.add_argument("--fail", type=command_and_number, action="append", default=[], metavar="NAME[:N]",
-                            help="the command NAME fails from its N-th call on, for example tar:2")
-    instrument.add_argument("--delay", type=command_and_number, action="append", default=[], metavar="NAME[:N]",
-                            help="the command NAME takes N seconds longer, for example gzip:2")
+    instrument.add_argument("--fail", type=command, action="append", default=[], metavar="COMMAND",
+                            help='commands of the updater that begin like this fail: "mount /dev"; only the second '
+                            'of them: "sync#2" (so in --delay and --signal, too)')
+    instrument.add_argument("--delay", type=seconds_at_command, action="append", default=[], metavar="S@COMMAND",
+                            help='such commands take S seconds longer: "3@tar xvzf"')
 
     operator = parser.add_argument_group("The operator (virtual screen)")
     operator.add_argument("--answer", choices=("yes", "no"), default="yes", metavar="yes|no",
                           help="to the question (%(default)s)")
     operator.add_argument("--signal", type=signal_at_moment, metavar="NAME@MOMENT",
-                          help="sends the updater a signal when a screen comes (TERM@confirm), or when it starts a "
-                          'command that begins like this: "INT@tar xvzf"')
+                          help="sends the updater a signal when a screen comes (TERM@confirm), or before the first "
+                          'command that begins like this: "TERM@tar xvzf"')
     operator.add_argument("--size", type=screen_size, metavar="WxH", default=(800, 480),
                           help="of the screen (800x480)")
     operator.add_argument("--virtual", action="store_true",

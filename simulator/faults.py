@@ -1,51 +1,45 @@
-"""Stand-ins in the instrument's root file system: commands that fail, take their time or only claim to
-work, and a shell that notes the updater's command lines.
+"""The shell of the instrument, which notes the updater's command lines and lets some of them fail, wait or
+bring a signal; and stand-ins for commands that only claim to work.
+
+Of the command lines one is chosen by how it begins. "sync#2" chooses the second that begins with "sync";
+without such a number all of them are chosen, and the first for a signal.
 """
 
+import re
 import shlex
-import shutil
 
-FOLDER = "/opt/simulator/bin"
 LOG_FOLDER = "/opt/simulator/log"
 COMMAND_LOG = "commands.log"
-SIGNAL_MARK = "/run/signal-sent"
 UPDATER_NAME = "vrk-updater"
-SEARCH_PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
-PATH = f"{FOLDER}:{SEARCH_PATH}"
 
 # The kernel names the process that asks, so scripts and commands further down are not noted.
 LOGGING_SHELL = """\
 #!/bin/dash
 IFS= read -r asking < /proc/$PPID/comm
-if [ "$asking" = {updater} ] && [ "$1" = -c ]; then
-    [ "$2" = -- ] && line=$3 || line=$2
-    printf '%s\\n' "$line" >> {log}
-    {signal}
+[ "$asking" = {updater} ] && [ "$1" = -c ] || exec /bin/dash "$@"
+[ "$2" = -- ] && line=$3 || line=$2
+printf '%s' "$line" >> {log}
+
+# How many command lines begin like that, this one included.
+count() {{
+    number=0
+    while IFS= read -r noted || [ -n "$noted" ]; do
+        case $noted in "$1"*) number=$((number + 1)) ;; esac
+    done < {log}
+    echo $number
+}}
+
+failing=no
+{rules}
+if [ $failing = yes ]; then
+    echo "simulated failure: $line" >&2
+    status=1
+else
+    /bin/dash "$@"
+    status=$?
 fi
-exec /bin/dash "$@"
-"""
-
-# The command starts only when the signal has been sent, and only the first such command.
-SIGNAL = 'case $line in {beginning}*) [ -e {mark} ] || {{ : > {mark}; kill -{name} $PPID; }} ;; esac'
-
-FAILING_COMMAND = """\
-#!/bin/dash
-count=0
-[ -e {state} ] && read -r count < {state}
-count=$((count + 1))
-echo $count > {state}
-if [ $count -ge {first} ]; then
-    echo "{name}: simulated failure of call $count" >&2
-    exit 1
-fi
-PATH={path} exec {name} "$@"
-"""
-
-DELAYED_COMMAND = """\
-#!/bin/dash
-PATH={path}
-sleep {seconds}
-exec {name} "$@"
+printf '\\t%s\\n' $status >> {log}
+exit $status
 """
 
 # For an instrument without a card: what is asked for is said to be mounted.
@@ -55,28 +49,21 @@ CLAIMS = {
 }
 
 
-def install_logging_shell(root, signal_at=None):
-    """Replaces /bin/sh by one that notes each command line of the updater.
+def install_logging_shell(root, failures=(), delays=None, signal_at=None):
+    """Replaces /bin/sh by one that notes each command line of the updater, and its exit status behind a tab.
 
-    With signal_at, a signal's name and the beginning of a command line, it sends the updater that signal.
+    failures are choices of command lines that fail without being run, delays maps choices to seconds that
+    pass before the command, and signal_at is a signal's name and the choice of the command line that
+    brings it: the updater has it before the command starts.
     """
-    send = ":"
+    rules = []
     if signal_at:
-        name, beginning = signal_at
-        send = SIGNAL.format(name=name, beginning=shlex.quote(beginning), mark=SIGNAL_MARK)
+        name, choice = signal_at
+        rules.append(_rule(choice, f"kill -{name} $PPID", each=False))
+    rules += [_rule(choice, f"sleep {seconds}") for choice, seconds in (delays or {}).items()]
+    rules += [_rule(choice, "failing=yes") for choice in failures]
     root.write("/usr/bin/sh", LOGGING_SHELL.format(
-        updater=UPDATER_NAME, log=f"{LOG_FOLDER}/{COMMAND_LOG}", signal=send), executable=True)
-
-
-def install_failing_command(root, name, first):
-    """Lets the command fail from its first-th call on; earlier calls reach the real one."""
-    _install(root, name, FAILING_COMMAND.format(name=name, first=first, path=SEARCH_PATH,
-                                                state=f"/run/calls-of-{name}"))
-
-
-def install_delayed_command(root, name, seconds):
-    """Lets each call of the command take that much longer."""
-    _install(root, name, DELAYED_COMMAND.format(name=name, seconds=seconds, path=SEARCH_PATH))
+        updater=UPDATER_NAME, log=f"{LOG_FOLDER}/{COMMAND_LOG}", rules="\n".join(rules)), executable=True)
 
 
 def install_claims(root):
@@ -85,7 +72,27 @@ def install_claims(root):
         root.write(f"/usr/bin/{name}", text, executable=True)
 
 
-def _install(root, name, text):
-    if shutil.which(name, path=":".join(map(str, map(root.inside, SEARCH_PATH.split(":"))))) is None:
-        raise OSError(f"the instrument has no command {name}")
-    root.write(f"{FOLDER}/{name}", text, executable=True)
+def read_command_log(text):
+    """The command lines of a log, each with its exit status, None where it did not end."""
+    return [(line, int(status) if status else None) for line, status in re.findall(r"(?s)(.+?)(?:\t(\d+)\n|\Z)", text)]
+
+
+def numbers_chosen(choice, commands):
+    """Which of the command lines are chosen, by their indices."""
+    beginning, number = _read(choice)
+    alike = [at for at, line in enumerate(commands) if line.startswith(beginning)]
+    return alike[number - 1:number] if number else alike
+
+
+def _rule(choice, action, each=True):
+    beginning, number = _read(choice)
+    if not (number or each):
+        number = 1
+    which = f"[ $(count {shlex.quote(beginning)}) -eq {number} ] && " if number else ""
+    return f"case $line in {shlex.quote(beginning)}*) {which}{action} ;; esac"
+
+
+def _read(choice):
+    """The beginning and the number of a choice."""
+    beginning, number = re.fullmatch(r"(?s)(.+?)(?:#([1-9]\d*))?", choice).groups()
+    return beginning, number and int(number)

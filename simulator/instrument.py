@@ -23,6 +23,7 @@ from .rootfs import RootFileSystem
 OLDER_VERSION = "3.3.0"
 PROGRAM = "/opt/vrk-updater/vrk-updater"
 LIBRARIES = f"{os.path.dirname(PROGRAM)}/lib"
+SEARCH_PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
 DRIVE = "/media/usb"
 SYSTEM = "/usr/local"
 BOARD_FOLDER = "/var/lib/vrk-embedded-api"
@@ -51,9 +52,10 @@ class Settings:
     page_ms: int = 30  # what the board takes for a page of 256 bytes
     initialize_result: int = 0
     initialize_ms: int = 200
-    failures: dict = field(default_factory=dict)  # command: the first of its calls that fails
-    delays: dict = field(default_factory=dict)  # command: seconds that it takes longer
-    signal_at: tuple | None = None  # a signal's name, and the beginning of the command line that brings it
+    # Of the updater's command lines, chosen by their beginnings (faults.py):
+    failures: tuple = ()  # those that fail
+    delays: dict = field(default_factory=dict)  # the seconds that each takes longer
+    signal_at: tuple | None = None  # a signal's name, and the one that brings it
 
 
 class Instrument:
@@ -149,11 +151,7 @@ class Instrument:
     def _install_faults(self):
         if not self.card:
             faults.install_claims(self.root)
-        faults.install_logging_shell(self.root, self.settings.signal_at)
-        for name, first in self.settings.failures.items():
-            faults.install_failing_command(self.root, name, first)
-        for name, seconds in self.settings.delays.items():
-            faults.install_delayed_command(self.root, name, seconds)
+        faults.install_logging_shell(self.root, self.settings.failures, self.settings.delays, self.settings.signal_at)
 
     def plug_in(self, file, name=None):
         """Shows an archive on the USB drive, under its own or another name; returns its path there."""
@@ -163,7 +161,7 @@ class Instrument:
 
     def start_updater(self, arguments, environment, output):
         """Starts the updater as the instrument would; returns the process, which ends with this thread."""
-        variables = {"PATH": faults.PATH, "HOME": "/root", "LANG": "C.UTF-8", "XDG_RUNTIME_DIR": "/run",
+        variables = {"PATH": SEARCH_PATH, "HOME": "/root", "LANG": "C.UTF-8", "XDG_RUNTIME_DIR": "/run",
                      "LD_LIBRARY_PATH": LIBRARIES, **self._build.environment, **environment}
         start = ["env", "-i", *(f"{name}={value}" for name, value in variables.items()), PROGRAM, *arguments]
         return subprocess.Popen([*WITH_PARENT, *self.root.command(*start)],
@@ -174,18 +172,14 @@ class Instrument:
         return {"LD_PRELOAD": f"{LIBRARIES}/{SCREEN_VSYNC}"} if self._build.vsync else {}
 
     def commands(self):
-        """The command lines that the updater has given to the shell."""
+        """The command lines that the updater has given to the shell, each with its exit status once it has ended."""
         log = self.folder / "log" / faults.COMMAND_LOG
-        return log.read_text().splitlines() if log.exists() else []
+        return faults.read_command_log(log.read_text(errors="replace")) if log.exists() else []
 
     def mounted_partition(self):
         """The partition mounted on /usr/local, or None."""
         device = os.stat(self.root.inside(SYSTEM)).st_dev
         return next((name for name, number in self._devices.items() if number == device), None)
-
-    def signal_sent(self):
-        """Whether the signal of the settings has been sent."""
-        return self.root.inside(faults.SIGNAL_MARK).exists()
 
     def configured_partition(self):
         """The partition that /etc/fstab names for /usr/local, or None; while it is switched off."""

@@ -12,6 +12,7 @@ from pathlib import Path
 from . import SOURCES, archive, report
 from .build import Build
 from .card import MIB
+from .faults import numbers_chosen
 from .instrument import Instrument, Settings
 from .namespaces import run_isolated
 from .operator import SCREENS, Operator
@@ -59,7 +60,7 @@ def settings_of(options, unpacked):
         options.running_version, options.board_version,
         options.partition_size * MIB if options.partition_size else wanted // MIB * MIB,
         language=options.language, board_connected=options.board == "connected", board_result=options.board_result,
-        failures=dict(options.fail), delays=dict(options.delay),
+        failures=tuple(options.fail), delays=dict(options.delay),
         signal_at=options.signal if options.signal and options.signal[1] not in SCREENS else None)
 
 
@@ -75,9 +76,8 @@ def run(options, build, folder, file):
         arguments += ["--debug"] * options.debug + ["--silent"] * options.silent
         findings = operate(instrument, arguments, options)
         findings["mounted"] = instrument.mounted_partition()
-        seen = [screen["name"] for screen in findings["screens"]]
-        if options.signal and options.signal[1] not in seen and not instrument.signal_sent():
-            findings["remarks"].append(f"the moment of the signal never came: {options.signal[1]}")
+        findings["commands"] = instrument.commands()
+        findings["remarks"] += missed_moments(options, findings)
     findings |= {"before": before, "after": report.state(instrument)}
     report.write(findings, folder)
     return findings["exit_status"]
@@ -91,6 +91,16 @@ def warn_of_small_card(instrument, wanted_mib, unpacked):
     if unpacked // MIB > there:
         print(f"the archive may not fit: it takes up to {unpacked // MIB} MiB, and the partitions have {there} MiB")
     sys.stdout.flush()
+
+
+def missed_moments(options, findings):
+    """Remarks on what was asked for a screen or a command that never came."""
+    commands = [line for line, _ in findings["commands"]]
+    asked = [("--fail", choice) for choice in options.fail] + [("--delay", choice) for choice, _ in options.delay]
+    if options.signal and options.signal[1] not in {screen["name"] for screen in findings["screens"]}:
+        asked.append(("--signal", options.signal[1]))
+    return [f'{option}: the moment never came: "{moment}"' for option, moment in asked
+            if not numbers_chosen(moment, commands)]
 
 
 def operate(instrument, arguments, options):

@@ -49,7 +49,7 @@ def updates_once(run):
     run.watcher.wait_for(bar="value")
     nothing(run)
     output = run.output()
-    assert [line.split()[0] for line in run.instrument.commands()] == ["gzip", "tar"]
+    assert [line.split()[0] for line, _ in run.instrument.commands()] == ["gzip", "tar"]
     assert "already running" not in output and output.index("VRK_Status") < output.index("Unpacking prepare setup script"), output
 
 

@@ -65,7 +65,7 @@ def row(name, options="--silent", arm=False, **others):
 
 RUNS = [
     row("silent", log="Restore completed successfully!", arm=True),
-    row("interactive", "--language 2 --delay gzip:2" + " --effects" * ARM, arm=True,
+    row("interactive", "--language 2 --delay 2@gzip" + " --effects" * ARM, arm=True,
         screens="welcome confirm checking installing final"),
     row("back again", "--silent --language 2", before="--silent --language 2", arm=True,
         log="Versions are the same, ignoring ATMEGA update"),
@@ -85,13 +85,13 @@ RUNS = [
     row("setup script fails", pack=changed(f"echo exit 3 >>{SETUP}"), **HALF_WAY, until="/usr", log="CSetup script failed"),
     row("partition full", pack=changed(BIG), **HALF_WAY, until="tar xvzf", screens=ERROR, log="Extract failed",
         remark="mmcblk1p4 is full", arm=True),
-    row("umount fails", "--silent --fail umount:1", **UNTOUCHED, until="umount", log="Unmounting active partition failed!"),
-    row("mount fails", "--silent --fail mount:3", **NO_MOUNT, until="mount /dev", log="Mounting inactive partition failed!"),
-    row("sed fails", "--silent --fail sed:1", **HALF_WAY, until="sed", screens=ERROR, log="Changing fstab failed"),
-    row("chmod and last sync fail", "--silent --fail chmod:2 --fail sync:3"),
+    row("umount fails", "--silent --fail umount", **UNTOUCHED, until="umount", log="Unmounting active partition failed!"),
+    row("mount fails", "--silent --fail 'mount /dev'", **NO_MOUNT, until="mount /dev", log="Mounting inactive partition failed!"),
+    row("sed fails", "--silent --fail sed", **HALF_WAY, until="sed", screens=ERROR, log="Changing fstab failed"),
+    row("chmod and sync fail", "--silent --fail 'chmod +x /usr/local' --fail sync"),
     row("INT at the question", "--signal INT@confirm", **UNTOUCHED, until=None),
-    row("TERM in the extraction", "--silent --delay tar:1 --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf", arm=True),
-    row("TERM at the switch", "--silent --delay sed:1 --signal 'TERM@sed -i'", board="2.06", arm=True),
+    row("TERM in the extraction", "--silent --delay '1@tar xvzf' --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf", arm=True),
+    row("TERM at the switch", "--silent --delay 1@sed --signal 'TERM@sed -i'", board="2.06", arm=True),
     row("the product itself", "--silent --program vrk-updater", **UNTOUCHED, until="gzip", log=REFUSED),
 ]
 
@@ -125,7 +125,7 @@ class Simulation:
     def commands(self):
         """The command lines that the updater gave to the shell."""
         log = self.log / "commands.log"
-        return log.read_text().splitlines() if log.exists() else []
+        return [line.split("\t")[0] for line in log.read_text().splitlines()] if log.exists() else []
 
     def leftovers(self):
         """What is still there of the simulation after some seconds, temporary files included."""
@@ -189,7 +189,7 @@ def test_run(simulation, tmp_path, run):
 @pytest.mark.parametrize("number, status", [(signal.SIGINT, 128 + signal.SIGINT), (signal.SIGKILL, -signal.SIGKILL)])
 def test_simulation_ended_in_the_extraction(simulation, number, status):
     update = packed(simulation.root)
-    process = simulation.start("--silent --delay tar:3", update)
+    process = simulation.start("--silent --delay '3@tar xvzf'", update)
     while not any(line.startswith("tar xvzf") for line in simulation.commands()) and process.poll() is None:
         time.sleep(0.02)
     process.send_signal(number)
