@@ -24,7 +24,7 @@ EPILOG = """\
 The updater's arguments behind "--" take the place of "-u <archive>".
 
 Exit status: the updater's own; 125 when the simulation itself fails, 77 where it is not possible,
-128 + the signal when interrupted. DIR/report.json holds the closing report for programs."""
+128 + the signal when interrupted. DIR/latest/report.json holds the closing report for programs."""
 
 
 class Parser(argparse.ArgumentParser):
@@ -97,8 +97,8 @@ def make_parser():
 
     instrument = parser.add_argument_group("The instrument")
     instrument.add_argument("--keep", type=Path, metavar="DIR",
-                            help="keeps the instrument, logs and pictures in DIR; a later run with this DIR goes on "
-                            "with it (default: a new one in build/simulator/last)")
+                            help="keeps the instrument in DIR, and each run's logs, pictures and report; a later run "
+                            "with this DIR goes on with it (default: a new one in build/simulator/last)")
     instrument.add_argument("--board", choices=("absent", "connected"), default="connected",
                             metavar="STATE", help="the measurement board: absent or connected (%(default)s)")
     instrument.add_argument("--board-result", type=int, metavar="CODE", default=0,

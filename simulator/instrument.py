@@ -1,7 +1,7 @@
 """The simulated instrument: its card, settings, board and drive, kept in one folder.
 
 The folder holds all that survives a run, so a later run with the same folder (or a copy of it) goes on
-with the same instrument. Everything else ends with the run.
+with the same instrument; each run's logs have a folder of their own in it. Everything else ends with the run.
 """
 
 import configparser
@@ -61,16 +61,17 @@ class Settings:
 class Instrument:
     """An instrument in a folder; a context in which it is switched on.
 
-    It is switched on where mounts are private (namespaces.py).
+    It is switched on where mounts are private (namespaces.py). run_folder is then the folder for what is
+    kept of this run.
     """
 
     def __init__(self, folder, build, settings):
         self.folder, self.settings = folder, settings
         self.card = Card(folder / "emmc.img") if settings.card else None
-        self.root = None
+        self.root = self.run_folder = None
         self._build = build
         self._devices = {}
-        for name in ("board", "data", "log", "memory"):
+        for name in ("board", "data", "memory"):
             (folder / name).mkdir(parents=True, exist_ok=True)
         if not (folder / "instrument.json").exists():
             self._make()
@@ -97,6 +98,7 @@ class Instrument:
         return json.loads((self.folder / "instrument.json").read_text())["board_version"]
 
     def __enter__(self):
+        self.run_folder = self._new_run_folder()
         self.root = RootFileSystem(self.folder / "memory", self._build.base)
         try:
             self._mount_systems()
@@ -107,6 +109,17 @@ class Instrument:
             self._switch_off()
             raise
         return self
+
+    def _new_run_folder(self):
+        """Makes runs/001 and so on, and lets "latest" name it."""
+        runs, latest = self.folder / "runs", self.folder / "latest"
+        runs.mkdir(exist_ok=True)
+        numbers = [int(path.name) for path in runs.iterdir() if path.name.isdigit()]
+        made = runs / f"{max(numbers, default=0) + 1:03}"
+        made.mkdir()
+        latest.unlink(missing_ok=True)
+        latest.symlink_to(made.relative_to(self.folder))
+        return made
 
     def __exit__(self, *_):
         self._switch_off()
@@ -137,7 +150,7 @@ class Instrument:
             "[board]", f"connected={str(settings.board_connected).lower()}", f"version={self._first_board_version}",
             f"flash_result={settings.board_result}", f"page_ms={settings.page_ms}",
             "[state]", f"file={BOARD_FOLDER}/{BOARD_STATE}", ""]))
-        for name, path in (("board", BOARD_FOLDER), ("data", archive.TRACES), ("log", faults.LOG_FOLDER)):
+        for name, path in (("board", BOARD_FOLDER), ("data", archive.TRACES), (self.run_folder, faults.LOG_FOLDER)):
             self.root.bind(self.folder / name, path)
 
     def _install_program(self):
@@ -173,7 +186,7 @@ class Instrument:
 
     def commands(self):
         """The command lines that the updater has given to the shell, each with its exit status once it has ended."""
-        log = self.folder / "log" / faults.COMMAND_LOG
+        log = self.run_folder / faults.COMMAND_LOG
         return faults.read_command_log(log.read_text(errors="replace")) if log.exists() else []
 
     def mounted_partition(self):

@@ -12,7 +12,7 @@ def state(instrument):
 
 
 def write(findings, folder):
-    """Keeps the record of a run as report.json in the folder and prints it."""
+    """Keeps the record of a run as report.json in the run's folder and prints it."""
     (folder / "report.json").write_text(json.dumps(findings, indent=2) + "\n")
     before, after = findings["before"], findings["after"]
 
@@ -30,5 +30,5 @@ def write(findings, folder):
         passed = ", ".join(f"{screen['name']} {screen['seconds']:.1f} s" for screen in findings["screens"])
         lines += [("screens passed", passed), ("pictures of them", f"{folder}/pictures")]
     lines += [("remark", remark) for remark in findings["remarks"]]
-    for name, value in [*lines, ("logs", f"{folder}/log")]:
+    for name, value in [*lines, ("logs and report.json", folder)]:
         print(f"{name:28} {value}")

@@ -56,7 +56,7 @@ class Run:
 @contextlib.contextmanager
 def updater(instrument, arguments, environment, watcher=None):
     """Starts the updater in an instrument that is switched on; yields a Run, and ends it if it still runs."""
-    log = instrument.folder / "log" / "updater.log"
+    log = instrument.run_folder / "updater.log"
     with open(log, "wb") as output:
         process = instrument.start_updater(arguments, environment, output)
     try:

@@ -46,10 +46,12 @@ def open_folder(kept):
         fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
     except BlockingIOError:
         raise OSError(f"another simulation is using {folder}; give this one a folder with --keep") from None
-    stale = ("log", "pictures") if kept else [path.name for path in folder.iterdir() if path.name != "lock"]
-    for name in stale:
-        shutil.rmtree(folder / name, ignore_errors=True)
-        (folder / name).unlink(missing_ok=True)
+    if not kept:
+        for path in folder.iterdir():
+            if path.is_dir() and not path.is_symlink():
+                shutil.rmtree(path)
+            elif path.name != "lock":
+                path.unlink()
     return folder, lock
 
 
@@ -79,7 +81,7 @@ def run(options, build, folder, file):
         findings["commands"] = instrument.commands()
         findings["remarks"] += missed_moments(options, findings)
     findings |= {"before": before, "after": report.state(instrument)}
-    report.write(findings, folder)
+    report.write(findings, instrument.run_folder)
     return findings["exit_status"]
 
 
@@ -111,7 +113,7 @@ def operate(instrument, arguments, options):
             raise OSError("screens are recognised on the virtual screen only: add --virtual")
         with updater(instrument, arguments, this_display(instrument)) as running:
             return ended(running, time.monotonic())
-    pictures = instrument.folder / "pictures"
+    pictures = instrument.run_folder / "pictures"
     pictures.mkdir()
     with Screen(*options.size) as screen, Watcher(screen) as watcher:
         started = time.monotonic()

@@ -101,7 +101,7 @@ class Simulation:
 
     def __init__(self, folder, build):
         self.folder, self.root, self.temporary = folder / "instrument", folder / "root", folder / "instrument.tmp"
-        self.log = self.folder / "log"
+        self.log = self.folder / "latest"
         self.temporary.mkdir()
         self._command = [SOURCES / "simulate", "--build", build, "--virtual", *["--arm"] * ARM, "--keep", self.folder]
         parts = Build.arm(build) if ARM else Build(build)
@@ -118,7 +118,7 @@ class Simulation:
         """A whole run; returns its report."""
         process = self.start(options, update)
         output = process.communicate(timeout=PATIENCE_SECONDS)[0]
-        findings = json.loads((self.folder / "report.json").read_text())
+        findings = json.loads((self.log / "report.json").read_text())
         assert process.returncode == findings["exit_status"], output
         return findings
 
