@@ -11,11 +11,12 @@ MIB = 1024 * 1024
 SECTOR = 512
 BEFORE_PARTITIONS = 8 * MIB
 WHOLE, ROOT = "mmcblk1", "mmcblk1p2"
+MARKS, MARK_OFFSET = "marks", 1 * MIB  # a sector before the partitions, where a log of writes gets its marks
 PARTITIONS = ("mmcblk1p3", "mmcblk1p4")
 TABLE, TABLE_ENTRY = 446, struct.Struct("<8xII")  # where it lies in the image; first sector and number of sectors
 
 LOOP_CTL_GET_FREE, LOOP_CONFIGURE = 0x4C82, 0x4C0A
-READ_ONLY, AUTOCLEAR = 1, 4
+READ_ONLY, AUTOCLEAR, DIRECT_IO = 1, 4, 16
 
 
 def other_partition(name):
@@ -64,21 +65,27 @@ class Card:
             raise OSError(f"the card {self.image} has no partition {name}; it may be of an older kind")
         return start, size
 
-    def attach(self):
-        """Attaches loop devices to the card and its partitions; maps their names to device numbers."""
+    def attach(self, logged=None):
+        """Attaches loop devices to the card and its partitions; maps their names to device numbers.
+
+        With logged, a file that stands for the image, they write straight to that, and one more to its marks.
+        """
+        file, flags = (logged, AUTOCLEAR | DIRECT_IO) if logged else (self.image, AUTOCLEAR)
         for name in (ROOT, *PARTITIONS):
-            self._devices[name] = self._attach(*self.region(name), AUTOCLEAR)
-        self._devices[WHOLE] = self._attach(0, 0, AUTOCLEAR | READ_ONLY)
+            self._devices[name] = self._attach(file, *self.region(name), flags)
+        self._devices[WHOLE] = self._attach(file, 0, 0, flags | READ_ONLY)
+        if logged:
+            self._devices[MARKS] = self._attach(file, MARK_OFFSET, SECTOR, flags)
         return {name: os.fstat(device).st_rdev for name, device in self._devices.items()}
 
-    def _attach(self, start, size, flags):
+    def _attach(self, file, start, size, flags):
         """Opens a loop device that goes with its last user, a mount or this process, whatever ends that.
 
         Not by losetup, which cannot ask for this: what ends it before a second call would leave the device.
         """
-        with open(self.image, "r+b") as backing, open("/dev/loop-control", "rb") as control:
+        with open(file, "r+b") as backing, open("/dev/loop-control", "rb") as control:
             info = struct.pack("=5Q4I64s64s32s2Q", 0, 0, 0, start, size, 0, 0, 0, flags,
-                               os.fsencode(self.image)[-63:], b"", b"", 0, 0)
+                               os.fsencode(file)[-63:], b"", b"", 0, 0)
             configuration = struct.pack("=2I", backing.fileno(), 0) + info + bytes(64)
             while True:
                 device = os.open(f"/dev/loop{fcntl.ioctl(control, LOOP_CTL_GET_FREE)}", os.O_RDWR)

@@ -8,9 +8,12 @@ without such a number all of them are chosen, and the first for a signal.
 import re
 import shlex
 
+from .card import MARKS, SECTOR
+
 LOG_FOLDER = "/opt/simulator/log"
 COMMAND_LOG = "commands.log"
 UPDATER_NAME = "vrk-updater"
+MARK_COMMAND = "/opt/simulator/mark"
 
 # The kernel names the process that asks, so scripts and commands further down are not noted.
 LOGGING_SHELL = """\
@@ -19,6 +22,7 @@ IFS= read -r asking < /proc/$PPID/comm
 [ "$asking" = {updater} ] && [ "$1" = -c ] || exec /bin/dash "$@"
 [ "$2" = -- ] && line=$3 || line=$2
 printf '%s' "$line" >> {log}
+[ ! -x {mark} ] || {mark} "$line"
 
 # How many command lines begin like that, this one included.
 count() {{
@@ -42,6 +46,12 @@ printf '\\t%s\\n' $status >> {log}
 exit $status
 """
 
+# Past the kernel's memory, so that the mark comes after all that has been written to the card, and before what follows.
+MARK = """\
+#!/bin/dash
+printf '%-{bytes}.{bytes}s' "$1" | /bin/dd of=/dev/{device} bs={bytes} iflag=fullblock oflag=direct status=none
+"""
+
 # For an instrument without a card: what is asked for is said to be mounted.
 CLAIMS = {
     "mount": '#!/bin/dash\n[ $# -gt 0 ] || echo "/dev/mmcblk1p3 on /usr/local type ext4 (rw)"\n',
@@ -63,7 +73,12 @@ def install_logging_shell(root, failures=(), delays=None, signal_at=None):
     rules += [_rule(choice, f"sleep {seconds}") for choice, seconds in (delays or {}).items()]
     rules += [_rule(choice, "failing=yes") for choice in failures]
     root.write("/usr/bin/sh", LOGGING_SHELL.format(
-        updater=UPDATER_NAME, log=f"{LOG_FOLDER}/{COMMAND_LOG}", rules="\n".join(rules)), executable=True)
+        updater=UPDATER_NAME, log=f"{LOG_FOLDER}/{COMMAND_LOG}", mark=MARK_COMMAND, rules="\n".join(rules)), executable=True)
+
+
+def install_marks(root):
+    """Lets each command line of the updater leave a mark in the log of the card's writes; so does MARK_COMMAND."""
+    root.write(MARK_COMMAND, MARK.format(bytes=SECTOR, device=MARKS), executable=True)
 
 
 def install_claims(root):

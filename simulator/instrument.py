@@ -5,6 +5,7 @@ with the same instrument; each run's logs have a folder of their own in it. Ever
 """
 
 import configparser
+import contextlib
 import json
 import os
 import re
@@ -17,6 +18,7 @@ from pathlib import Path
 from . import archive, faults
 from .build import SCREEN_VSYNC
 from .card import MIB, PARTITIONS, ROOT, Card
+from .logged_card import LoggedCard
 from .namespaces import WITH_PARENT
 from .rootfs import RootFileSystem
 
@@ -29,6 +31,7 @@ SYSTEM = "/usr/local"
 BOARD_FOLDER = "/var/lib/vrk-embedded-api"
 BOARD_STATE = "board.ini"
 FSTAB = "/etc/fstab"
+WRITE_LOG = "writes.log"
 VERSION_FILE = "share/zentar/version"
 
 ROOT_BYTES = 32 * MIB
@@ -56,6 +59,7 @@ class Settings:
     failures: tuple = ()  # those that fail
     delays: dict = field(default_factory=dict)  # the seconds that each takes longer
     signal_at: tuple | None = None  # a signal's name, and the one that brings it
+    log_writes: bool = False  # to the card, in the run's folder (writelog.py)
 
 
 class Instrument:
@@ -68,7 +72,7 @@ class Instrument:
     def __init__(self, folder, build, settings):
         self.folder, self.settings = folder, settings
         self.card = Card(folder / "emmc.img") if settings.card else None
-        self.root = self.run_folder = None
+        self.root = self.run_folder = self._power = None
         self._build = build
         self._devices = {}
         for name in ("board", "data", "memory"):
@@ -99,15 +103,19 @@ class Instrument:
 
     def __enter__(self):
         self.run_folder = self._new_run_folder()
-        self.root = RootFileSystem(self.folder / "memory", self._build.base)
-        try:
+        with contextlib.ExitStack() as power:
+            if self.card:
+                logged = (power.enter_context(LoggedCard(self.card.image, self.run_folder / WRITE_LOG))
+                          if self.settings.log_writes else None)
+                power.callback(self.card.detach)
+                self._devices = self.card.attach(logged and logged.file)
+            self.root = RootFileSystem(self.folder / "memory", self._build.base)
+            power.callback(self.root.close)
             self._mount_systems()
             self._write_configuration()
             self._install_program()
             self._install_faults()
-        except BaseException:
-            self._switch_off()
-            raise
+            self._power = power.pop_all()
         return self
 
     def _new_run_folder(self):
@@ -122,16 +130,10 @@ class Instrument:
         return made
 
     def __exit__(self, *_):
-        self._switch_off()
-
-    def _switch_off(self):
-        self.root.close()
-        if self.card:
-            self.card.detach()
+        self._power.close()
 
     def _mount_systems(self):
         if self.card:
-            self._devices = self.card.attach()
             for name, number in self._devices.items():
                 self.root.add_device(name, stat.S_IFBLK | 0o660, number)
             self.root.keep_changes(os.path.dirname(FSTAB), ROOT)
@@ -164,6 +166,8 @@ class Instrument:
     def _install_faults(self):
         if not self.card:
             faults.install_claims(self.root)
+        if self.settings.log_writes:
+            faults.install_marks(self.root)
         faults.install_logging_shell(self.root, self.settings.failures, self.settings.delays, self.settings.signal_at)
 
     def plug_in(self, file, name=None):
@@ -183,6 +187,10 @@ class Instrument:
     def refresh(self):
         """What the environment needs for a virtual screen to refresh as a real one does, if the build has it."""
         return {"LD_PRELOAD": f"{LIBRARIES}/{SCREEN_VSYNC}"} if self._build.vsync else {}
+
+    def mark(self, text):
+        """Leaves a mark in the log of the card's writes."""
+        subprocess.run(self.root.command(faults.MARK_COMMAND, text), check=True)
 
     def commands(self):
         """The command lines that the updater has given to the shell, each with its exit status once it has ended."""
