@@ -25,8 +25,8 @@ QString versionInName(const QFileInfo &image)
     return match.hasMatch() ? match.captured(1) : image.completeBaseName();
 }
 
-VRK_ResultCode writePages(const Settings &settings, const FlashImage &image,
-                          const VRK_ProgressCallback *progress)
+void writePages(const Settings &settings, const FlashImage &image, bool all,
+                const VRK_ProgressCallback *progress)
 {
     std::set<quint32> used;
     for (const auto &[address, byte] : image)
@@ -34,14 +34,12 @@ VRK_ResultCode writePages(const Settings &settings, const FlashImage &image,
     const auto pages = static_cast<int>(used.size());
     LOG_INFO << "Flashing " << pages << " pages";
 
-    const VRK_ResultCode code = settings.result("board/flash_result");
-    const int last = code == VRK_RESULT_OK ? pages : pages / 2;
+    const int last = all ? pages : pages / 2;
     for (int done = 0; done <= last; ++done) {
         QThread::msleep(done > 0 ? settings["board/page_ms"].toUInt() : 0);
         if (progress != nullptr && progress->function != nullptr)
             progress->function(progress->userData, done, pages);
     }
-    return code;
 }
 
 void keep(const QString &file, const FlashImage &image, const QString &version)
@@ -96,13 +94,18 @@ Outcome flashBoard(const Settings &settings, const std::string &path,
     if (!settings["board/connected"].toBool())
         return { VRK_RESULT_BOARD_CONNECTION_FAILED, "The measurement board does not answer" };
 
-    VRK_ResultCode code = VRK_RESULT_OK;
-    std::thread([&] { code = writePages(settings, image, progress); }).join();
-    if (code != VRK_RESULT_OK)
+    const VRK_ResultCode code = settings.result("board/flash_result");
+    const bool works = code == VRK_RESULT_OK;
+    const QString state = works ? settings["state/file"].toString() : QString();
+    // What a power cut leaves while pages are written runs no more.
+    if (!state.isEmpty())
+        keep(state, {}, QString());
+    std::thread([&] { writePages(settings, image, works, progress); }).join();
+    if (!works)
         return { code, "Flashing fails as the settings tell" };
     const QString version = versionInName(info);
-    if (!settings["state/file"].toString().isEmpty())
-        keep(settings["state/file"].toString(), image, version);
+    if (!state.isEmpty())
+        keep(state, image, version);
     return { code, "Flashed version " + version.toStdString() };
 }
 
