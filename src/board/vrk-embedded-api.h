@@ -108,5 +108,5 @@ public:
     ScopeLogger &operator=(const ScopeLogger &) = delete;
 
 private:
-    alignas(std::max_align_t) unsigned char m_storage[4096];
+    [[maybe_unused]] alignas(std::max_align_t) unsigned char m_storage[4096];
 };
