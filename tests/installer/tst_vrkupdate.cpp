@@ -20,8 +20,8 @@ QVector<Step> readSteps()
     table.open(QIODevice::ReadOnly);
     for (const QString &line : QString(table.readAll()).split('\n')) {
         const QStringList column = line.split('\t');
-        if (column.size() == 5 && !line.startsWith('#'))
-            steps << Step { column[0], column[1], column[2], column[3], column[4] };
+        if (column.size() > 1 && !line.startsWith('#'))
+            steps << Step { column[0], column[1], column.value(2), column.value(3), column.value(4) };
     }
     return steps;
 }

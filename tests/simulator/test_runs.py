@@ -24,7 +24,13 @@ PARTITION_MIB = 48
 NAME = "zepra_update_v3.5.0.tar.gz"
 PREPARE, SETUP = "usr/local/bin/zepra-prepare-update.sh", "usr/local/bin/zepra-setup.sh"
 INSTALLER = (SOURCES / "tests/installer/commands.txt").read_text(encoding="utf-8").splitlines()
-COMMANDS = ["gzip -t ARCHIVE", *[line.split("\t")[0] for line in INSTALLER if not line.startswith("#")]]
+GUIDE = (SOURCES / "docs/how-an-update-runs.md").read_text(encoding="utf-8")
+
+
+def installer_commands(archive, active, other):
+    words = {"ARCHIVE": archive, "ACTIVE": active, "OTHER": other}
+    lines = [line.split("\t")[0] for line in INSTALLER if not line.startswith("#")]
+    return [re.sub("|".join(words), lambda found: words[found[0]], line) for line in lines]
 
 
 def packed(root, name=NAME, cut=0):
@@ -157,8 +163,7 @@ def test_run(simulation, tmp_path, run):
     findings = simulation.run(run.options, update)
 
     path = shlex.quote(f"/media/usb/{update.name}").replace("'\"'\"'", "'\\''")
-    words = {"ARCHIVE": path, "ACTIVE": old, "OTHER": partitions["new"]}
-    expected = [re.sub("|".join(words), lambda found: words[found[0]], line) for line in COMMANDS]
+    expected = [f"gzip -t {path}", *installer_commands(path, old, partitions["new"])]
     expected = [line for line in expected if not line.startswith(run.without)]
     ends = [number for number, line in enumerate(expected, 1) if line.startswith(run.until or "gzip")]
     assert simulation.commands() == (expected[:ends[0] if ends else None] if run.until else [])
@@ -173,7 +178,8 @@ def test_run(simulation, tmp_path, run):
         brief = {"loaded", "leaving", "checking"} - set(wanted)
         assert [screen["name"] for screen in findings["screens"] if screen["name"] not in brief] == wanted
     assert simulation.card.digest(old) == untouched, "the old partition was written"
-    assert (simulation.folder / "data/prepare.log").exists() == any(PREPARE in line[:60] for line in simulation.commands()[2:])
+    prepared = any(line.startswith("chmod +x /tmp") for line in simulation.commands())
+    assert (simulation.folder / "data/prepare.log").exists() == prepared
     assert simulation.leftovers() == []
     if run.boots == "new":
         (tmp_path / "installed").mkdir()
@@ -196,3 +202,8 @@ def test_simulation_ended_in_the_extraction(simulation, number, status):
     process.communicate(timeout=PATIENCE_SECONDS)
     assert (process.returncode, simulation.leftovers()) == (status, [])
     assert simulation.run("--silent", update)["after"]["partition"] == PARTITIONS[1]
+
+
+def test_the_guide_has_the_commands():
+    table = GUIDE.split("## The installer's commands")[1].split("\n## ")[0].replace("\\|", "|")
+    assert re.findall("^\\| `(.*?)`", table, re.MULTILINE) == installer_commands("<archive>", *PARTITIONS)
