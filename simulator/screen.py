@@ -1,7 +1,9 @@
 """The instrument's screen, simulated: an X server without a monitor, pictures of it, and real input to it."""
 
+import contextlib
 import mmap
 import os
+import select
 import struct
 import subprocess
 import tempfile
@@ -10,7 +12,8 @@ import time
 
 from PIL import Image
 from Xlib import XK, X, display
-from Xlib.ext import xtest
+from Xlib.error import ConnectionClosedError
+from Xlib.ext import damage, xtest
 
 from .namespaces import WITH_PARENT
 from .touch import TouchPanel
@@ -18,13 +21,44 @@ from .touch import TouchPanel
 SMALLEST = (800, 480)
 CONTROLS = {"yes": 0.25, "no": 0.75, "button": 0.5}  # their centres across; all in the bottom tenth
 BOTTOM_ROW = 0.95
+POLL_SECONDS = 0.05
 
 
 class ScreenError(Exception):
     """The screen cannot be started, or there is nothing on it to act on."""
 
 
-class Screen:
+class TouchedScreen:
+    """What one does with a screen by touching its `panel`; `size` is its width and height in pixels."""
+
+    def touch(self, x, y, hold=0.1):
+        """Touches the pixel (x, y) for `hold` seconds."""
+        self._require_window()
+        self.panel.press((x, y))
+        time.sleep(hold)
+        self.panel.press()
+
+    def press(self, control, hold=0.1):
+        """Touches a control: "yes", "no" or "button"."""
+        self.touch(*self.place(control), hold)
+
+    def place(self, control):
+        """The pixel in the middle of a control."""
+        width, height = self.size
+        return round(CONTROLS[control] * width), round(BOTTOM_ROW * height)
+
+    def slide(self, start, end):
+        """Puts a finger on one pixel, moves it to another and lifts it there."""
+        self._require_window()
+        for points in ([start], [end], []):
+            self.panel.press(*points)
+            time.sleep(0.1)
+
+    def _require_window(self):
+        """Raises ScreenError when nothing could take the input."""
+
+
+class Screen(TouchedScreen):
     """A context: an X server of its own for one program's window, which fills it.
 
     The server ends with the context, or with the thread that entered it, and has no file that others
@@ -55,6 +89,30 @@ class Screen:
     def connect(self):
         """A connection to the X server, for one thread."""
         return display.Display(self.display)
+
+    def frames(self, stopping):
+        """Yields pixels() at once, and whenever they may have changed, until the event `stopping` is set; then once more.
+
+        Meanwhile each new window gets the keyboard focus, which it has on the instrument.
+        """
+        with contextlib.suppress(ConnectionClosedError):  # The server may go first.
+            x = self.connect()
+            root = x.screen().root
+            x.damage_query_version()
+            root.damage_create(damage.DamageReportRawRectangles)
+            root.change_attributes(event_mask=X.SubstructureNotifyMask)
+            x.sync()
+            yield self.pixels()
+            while not stopping.is_set():
+                if select.select([x], [], [], POLL_SECONDS)[0]:
+                    for _ in range(x.pending_events()):
+                        event = x.next_event()
+                        if event.type == X.MapNotify:
+                            event.window.set_input_focus(X.RevertToPointerRoot, X.CurrentTime)
+                    x.flush()
+                    yield self.pixels()
+            yield self.pixels()
+            x.close()
 
     def _keep_last_pictures(self):
         """Covers the root by a window that paints nothing: a window that goes from above leaves its pixels."""
@@ -92,28 +150,6 @@ class Screen:
     def picture(self):
         """The RGB picture as it stands."""
         return self.picture_of(self.pixels())
-
-    def touch(self, x, y, hold=0.1):
-        """Touches the pixel (x, y) for `hold` seconds."""
-        self._require_window()
-        self.panel.press((x, y))
-        time.sleep(hold)
-        self.panel.press()
-
-    def press(self, control, hold=0.1):
-        """Touches a control: "yes", "no" or "button"."""
-        self.touch(*self.place(control), hold)
-
-    def place(self, control):
-        """The pixel in the middle of a control."""
-        return round(CONTROLS[control] * self.width), round(BOTTOM_ROW * self.height)
-
-    def slide(self, start, end):
-        """Puts a finger on one pixel, moves it to another and lifts it there."""
-        self._require_window()
-        for points in ([start], [end], []):
-            self.panel.press(*points)
-            time.sleep(0.1)
 
     def key(self, *names):
         """Presses and releases keys by their X names (Return, Right, h, H)."""

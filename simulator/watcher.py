@@ -1,20 +1,14 @@
 """Watches a screen: every still picture of a run, and the moving bar with the time."""
 
 import collections
-import contextlib
-import select
 import threading
 import time
 from dataclasses import dataclass, replace
 
 from PIL import Image
-from Xlib import X
-from Xlib.error import ConnectionClosedError
-from Xlib.ext import damage
 
 from .view import View, bar_of, bar_place, bar_row, read
 
-POLL_SECONDS = 0.05
 BAR_ROWS_KEPT = 10_000
 
 
@@ -32,8 +26,7 @@ class Watcher:
 
     Pictures that differ only inside the bar are one shot, unless the bar gets or loses its stripes; its
     picture follows a filling bar up to the middle. `bar` holds the bar's middle row (see bar_row) with
-    the time at every change, `changed` when the screen has changed last. The thread also gives each new
-    window the keyboard focus, which it has on the instrument.
+    the time at every change, `changed` when the screen has changed last.
     """
 
     def __init__(self, screen):
@@ -86,30 +79,11 @@ class Watcher:
         return [name for at, name in enumerate(names) if at == 0 or name != names[at - 1]]
 
     def _watch(self):
-        with contextlib.suppress(ConnectionClosedError):  # The screen may go first.
-            self._follow(self.screen.connect())
+        for pixels in self.screen.frames(self._stopping):
+            self._ready.set()
+            self._look(pixels)
 
-    def _follow(self, x):
-        root = x.screen().root
-        x.damage_query_version()
-        root.damage_create(damage.DamageReportRawRectangles)
-        root.change_attributes(event_mask=X.SubstructureNotifyMask)
-        x.sync()
-        self._ready.set()
-        self._look()
-        while not self._stopping.is_set():
-            if select.select([x], [], [], POLL_SECONDS)[0]:
-                for _ in range(x.pending_events()):
-                    event = x.next_event()
-                    if event.type == X.MapNotify:
-                        event.window.set_input_focus(X.RevertToPointerRoot, X.CurrentTime)
-                x.flush()
-                self._look()
-        self._look()
-        x.close()
-
-    def _look(self):
-        pixels = self.screen.pixels()
+    def _look(self, pixels):
         if pixels == self._pixels:
             return
         self._pixels, self.changed = pixels, time.monotonic()
