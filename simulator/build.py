@@ -13,6 +13,7 @@ from . import SOURCES
 SETUP, ARM_ROOT = SOURCES / "tools" / "setup", SOURCES / "tools" / "arm-root"
 NATIVE_PROGRAM, ARM_PROGRAM = "vrk-updater-simulated", "vrk-updater"
 NATIVE_TARGETS, ARM_TARGETS = (NATIVE_PROGRAM, "screen-vsync"), (ARM_PROGRAM,)
+TOUCHSCREEN = "touchscreen"
 SCREEN_VSYNC = "libscreen-vsync.so"
 NOT_POSSIBLE = 77
 ELF, ARM_MACHINE = b"\x7fELF", b"\x28\x00"
@@ -39,7 +40,7 @@ class Build:
         but is slow; Qt Quick's software backend is fast and leaves out the graphical effects.
         """
         drawing = {"GALLIUM_DRIVER": "softpipe"} if effects else {"QT_QUICK_BACKEND": "software"}
-        return cls(folder, program_name, _arm_root(), drawing)
+        return cls(folder, program_name, arm_root(), drawing)
 
     @property
     def program(self):
@@ -52,6 +53,11 @@ class Build:
     @property
     def library(self):
         return self.folder / "lib" / "libvrk-embedded-api.so"
+
+    @property
+    def touchscreen(self):
+        """The program that makes a touch screen in the emulated instrument."""
+        return self.folder / "bin" / TOUCHSCREEN
 
     @property
     def vsync(self):
@@ -114,9 +120,9 @@ def _quietly(*command):
         raise OSError(f"{done.stdout}{' '.join(command)} failed")
 
 
-def _arm_root():
-    """The path of the armhf root file system; raises NotPossible, or OSError when it must be made first."""
-    checking = subprocess.run([ARM_ROOT, "--check"], stdout=subprocess.PIPE, text=True, check=False)
+def arm_root(*kind):
+    """The path of the armhf root file system, or of another kind of it; raises NotPossible, or OSError when it must be made first."""
+    checking = subprocess.run([ARM_ROOT, *kind, "--check"], stdout=subprocess.PIPE, text=True, check=False)
     if checking.returncode != 0:
         raise (NotPossible if checking.returncode == NOT_POSSIBLE else OSError)(checking.stdout.strip())
-    return Path(subprocess.run([ARM_ROOT, "--print"], check=True, stdout=subprocess.PIPE, text=True).stdout.strip())
+    return Path(subprocess.run([ARM_ROOT, *kind, "--print"], check=True, stdout=subprocess.PIPE, text=True).stdout.strip())

@@ -6,6 +6,7 @@ import hashlib
 import os
 import struct
 import subprocess
+import tempfile
 
 MIB = 1024 * 1024
 SECTOR = 512
@@ -103,15 +104,22 @@ class Card:
             os.close(device)
         self._devices = {}
 
-    def debugfs(self, partition, request):
+    def debugfs(self, partition, request, *options):
         """The answer of debugfs to a request about a partition."""
         place = f"{self.image}?offset={self.region(partition)[0]}"
-        return subprocess.run(["debugfs", "-R", request, place], check=True,
+        return subprocess.run(["debugfs", *options, "-R", request, place], check=True,
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
 
     def read_file(self, partition, name):
         """The content of a file on a partition; empty when there is none."""
         return self.debugfs(partition, f"cat /{name.lstrip('/')}")
+
+    def write_file(self, partition, name, content):
+        """Writes a new file, into a folder that is there."""
+        with tempfile.NamedTemporaryFile() as file:
+            file.write(content)
+            file.flush()
+            self.debugfs(partition, f"write {file.name} /{name.lstrip('/')}", "-w")
 
     def copy_out(self, partition, folder):
         """Copies all that lies on a partition into a folder."""

@@ -32,6 +32,7 @@ BOARD_FOLDER = "/var/lib/vrk-embedded-api"
 BOARD_STATE = "board.ini"
 FSTAB = "/etc/fstab"
 WRITE_LOG = "writes.log"
+SETTINGS, LIBRARY_SETTINGS = "/var/zepra/vrk-gui/settings.ini", "/etc/vrk-embedded-api.ini"
 VERSION_FILE = "share/zentar/version"
 
 ROOT_BYTES = 32 * MIB
@@ -69,13 +70,15 @@ class Instrument:
     kept of this run.
     """
 
+    FOLDERS = ("board", "data", "memory")
+
     def __init__(self, folder, build, settings):
         self.folder, self.settings = folder, settings
         self.card = Card(folder / "emmc.img") if settings.card else None
         self.root = self.run_folder = self._power = None
         self._build = build
         self._devices = {}
-        for name in ("board", "data", "memory"):
+        for name in self.FOLDERS:
             (folder / name).mkdir(parents=True, exist_ok=True)
         if not (folder / "instrument.json").exists():
             self._make()
@@ -95,7 +98,11 @@ class Instrument:
                                settings.partition_bytes)
         for state in (self.folder / "board").iterdir():
             state.unlink()
-        (self.folder / "instrument.json").write_text(json.dumps({"board_version": settings.board_version}))
+        self._save_settings()
+
+    def _save_settings(self):
+        """Keeps what is asked for again when the instrument is there already."""
+        (self.folder / "instrument.json").write_text(json.dumps({"board_version": self.settings.board_version}))
 
     @property
     def _first_board_version(self):
@@ -143,15 +150,19 @@ class Instrument:
             archive.write_system(self.root.inside(SYSTEM), self.settings.running_version,
                                  self.settings.board_version, self._build.translations)
 
-    def _write_configuration(self):
+    def _configuration(self):
+        """The texts of the instrument's settings files, by their paths."""
         settings = self.settings
-        self.root.write("/var/zepra/vrk-gui/settings.ini", f"[Regional]\nlanguage={settings.language}\n")
-        self.root.write("/etc/vrk-embedded-api.ini", "\n".join([
+        return {SETTINGS: f"[Regional]\nlanguage={settings.language}\n", LIBRARY_SETTINGS: "\n".join([
             "[instrument]", f"system_version_file={SYSTEM}/{VERSION_FILE}",
             f"initialize_result={settings.initialize_result}", f"initialize_ms={settings.initialize_ms}",
             "[board]", f"connected={str(settings.board_connected).lower()}", f"version={self._first_board_version}",
             f"flash_result={settings.board_result}", f"page_ms={settings.page_ms}",
-            "[state]", f"file={BOARD_FOLDER}/{BOARD_STATE}", ""]))
+            "[state]", f"file={BOARD_FOLDER}/{BOARD_STATE}", ""])}
+
+    def _write_configuration(self):
+        for path, text in self._configuration().items():
+            self.root.write(path, text)
         for name, path in (("board", BOARD_FOLDER), ("data", archive.TRACES), (self.run_folder, faults.LOG_FOLDER)):
             self.root.bind(self.folder / name, path)
 
@@ -216,5 +227,10 @@ class Instrument:
     def board_version(self):
         """The version of the firmware that the board runs."""
         state = configparser.ConfigParser()
-        state.read(self.folder / "board" / BOARD_STATE)
+        state.read_string(self._board_state())
         return state.get("board", "version", fallback=self._first_board_version).strip('"')
+
+    def _board_state(self):
+        """What the board keeps, as the instrument library writes it."""
+        state = self.folder / "board" / BOARD_STATE
+        return state.read_text() if state.exists() else ""
