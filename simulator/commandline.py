@@ -18,7 +18,7 @@ Builds the updater and runs it in a simulated instrument: a private root file sy
 system partitions, a measurement board and a USB drive with an update archive, which is really
 installed. With a display ($DISPLAY) the window opens there; without one the updater runs on a
 virtual screen, where an automatic operator answers yes, presses Reboot and takes a picture of each
-screen. At the end it says what became of the instrument. Needs root. Nothing outside is changed."""
+screen. At the end it says what became of the update, and why. Needs root. Nothing outside is changed."""
 
 EPILOG = """\
 The updater's arguments behind "--" take the place of "-u <archive>".

@@ -69,12 +69,12 @@ class Operator:
     `pictures` is a folder for a picture of each screen as it last stood, `answer` is "yes" or "no".
     `hooks` maps a screen's name to a function that is called, without arguments, when that screen has
     come and before it is acted on; "stopped" is when the operator cannot go on. `patience` is how many seconds nothing may change before that
-    becomes a remark. `passed` and `remarks` (plain words on what went wrong) grow meanwhile. The
-    watching ends with it.
+    becomes a remark. `passed` and `remarks` (plain words on what went wrong) grow meanwhile,
+    and `answered` becomes the answer that was given. The watching ends with it.
     """
 
     def __init__(self, watcher, pictures=None, answer="yes", hooks=None, patience=60.0):
-        self.passed, self.remarks = [], []
+        self.passed, self.remarks, self.answered = [], [], None
         self._watcher, self._pictures = watcher, pictures
         self._answer, self._hooks, self._patience = answer, hooks or {}, patience
         self._recogniser = Recogniser()
@@ -127,6 +127,7 @@ class Operator:
             return
         try:
             self._watcher.screen.press(control)
+            self.answered = control if name == "confirm" else self.answered
         except ScreenError as error:
             self.remarks.append(f"the button on '{name}' could not be pressed: {error}")
 

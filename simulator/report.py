@@ -1,5 +1,6 @@
 """What became of the instrument, for people and (report.json) for programs."""
 
+import dataclasses
 import json
 
 
@@ -13,13 +14,14 @@ def state(instrument):
 
 def write(findings, folder):
     """Keeps the record of a run as report.json in the run's folder and prints it."""
-    (folder / "report.json").write_text(json.dumps(findings, indent=2) + "\n")
+    update = findings["update"]
+    (folder / "report.json").write_text(json.dumps(findings, indent=2, default=dataclasses.asdict) + "\n")
     before, after = findings["before"], findings["after"]
 
     def change(what):
         return " -> ".join(found[what] or "unknown" for found in (before, after))
 
-    lines = [
+    lines = [("update", update)] + [("reason", update.reason)] * bool(update.reason) + [
         ("exit status of the updater", f"{findings['exit_status']} after {findings['seconds']} s"),
         ("partition in /etc/fstab", change("partition")),
         ("mounted on /usr/local", f"{before['partition'] or 'unknown'} -> {findings['mounted'] or 'nothing'}"),

@@ -17,6 +17,7 @@ ARCHIVE = f"{DRIVE}/zepra_update_v{archive.OFFERED_VERSION}.tar.gz"
 UNNAMED_ARCHIVE = f"{DRIVE}/update.tar.gz"
 CORRUPT_ARCHIVE = f"{DRIVE}/corrupt/{os.path.basename(ARCHIVE)}"
 MISSING_ARCHIVE = f"{DRIVE}/missing/{os.path.basename(ARCHIVE)}"
+UPDATER_LOG = "updater.log"
 SILENT = ("-u", ARCHIVE, "--silent")
 
 QML_FAULT = re.compile(r"\.qml\b.*:\d+|QML |qrc:/|binding loop|TypeError|ReferenceError|\.qml: ", re.IGNORECASE)
@@ -56,7 +57,7 @@ class Run:
 @contextlib.contextmanager
 def updater(instrument, arguments, environment, watcher=None):
     """Starts the updater in an instrument that is switched on; yields a Run, and ends it if it still runs."""
-    log = instrument.run_folder / "updater.log"
+    log = instrument.run_folder / UPDATER_LOG
     with open(log, "wb") as output:
         process = instrument.start_updater(arguments, environment, output)
     try:

@@ -3,6 +3,7 @@
 import fcntl
 import functools
 import os
+import re
 import shutil
 import signal
 import sys
@@ -16,12 +17,14 @@ from .faults import numbers_chosen
 from .instrument import Instrument, Settings
 from .namespaces import run_isolated
 from .operator import SCREENS, Operator
-from .run import on_screen, qml_faults, updater
+from .outcome import outcome
+from .run import UPDATER_LOG, on_screen, qml_faults, updater
 from .screen import Screen
 from .watcher import Watcher
 
 AUTHORITY = "/opt/simulator/Xauthority"
 ROOM = 128 * MIB
+PARTITION_FULL = re.compile(r"No space left on device|Wrote only \d+ of")  # tar says this of a file that fits in part
 
 
 def simulate(options, build_folder):
@@ -79,7 +82,9 @@ def run(options, build, folder, file):
         findings = operate(instrument, arguments, options)
         findings["mounted"] = instrument.mounted_partition()
         findings["commands"] = instrument.commands()
-        findings["remarks"] += missed_moments(options, findings)
+        note_moments(options, findings)
+        log = (instrument.run_folder / UPDATER_LOG).read_text(errors="replace")
+        findings["update"] = outcome(findings, log, instrument.root.path, options.fail)
     findings |= {"before": before, "after": report.state(instrument)}
     report.write(findings, instrument.run_folder)
     return findings["exit_status"]
@@ -95,14 +100,19 @@ def warn_of_small_card(instrument, wanted_mib, unpacked):
     sys.stdout.flush()
 
 
-def missed_moments(options, findings):
-    """Remarks on what was asked for a screen or a command that never came."""
+def note_moments(options, findings):
+    """Adds to the findings the signal that the updater got, and remarks on moments that never came."""
+    name, moment = options.signal or (None, None)
     commands = [line for line, _ in findings["commands"]]
     asked = [("--fail", choice) for choice in options.fail] + [("--delay", choice) for choice, _ in options.delay]
-    if options.signal and options.signal[1] not in {screen["name"] for screen in findings["screens"]}:
-        asked.append(("--signal", options.signal[1]))
-    return [f'{option}: the moment never came: "{moment}"' for option, moment in asked
-            if not numbers_chosen(moment, commands)]
+    if name and moment not in {screen["name"] for screen in findings["screens"]}:
+        asked.append(("--signal", moment))
+    missed = [(option, choice) for option, choice in asked if not numbers_chosen(choice, commands)]
+    findings["remarks"] += [f'{option}: no "{choice}" came' for option, choice in missed]
+    deaf = name == "INT" and moment not in SCREENS
+    if deaf:
+        findings["remarks"].append("--signal: while a command runs the updater is deaf to SIGINT")
+    findings["signal"] = None if deaf or ("--signal", moment) in missed else options.signal
 
 
 def operate(instrument, arguments, options):
@@ -123,6 +133,7 @@ def operate(instrument, arguments, options):
             with Operator(watcher, pictures, options.answer, hooks) as operator:
                 findings = ended(running, started)
     findings["screens"] = [vars(passed) for passed in operator.passed]
+    findings["answer"] = operator.answered
     findings["remarks"] += operator.remarks
     return findings
 
@@ -131,10 +142,11 @@ def ended(running, started):
     """Findings about a run, as soon as the updater has ended."""
     status = running.wait(timeout=None)
     remarks = [f"the QML engine complained: {line}" for line in qml_faults(running.output())]
-    if "No space left on device" in running.output():
+    if PARTITION_FULL.search(running.output()):
         room = running.instrument.card.partition_bytes // MIB
         remarks.append(f"a partition ran full: each has {room} MiB (--partition-size gives a new instrument more)")
-    return {"exit_status": status, "seconds": round(time.monotonic() - started, 1), "screens": [], "remarks": remarks}
+    return {"exit_status": status, "seconds": round(time.monotonic() - started, 1), "screens": [], "answer": None,
+            "remarks": remarks}
 
 
 def this_display(instrument):

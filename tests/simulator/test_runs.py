@@ -49,10 +49,11 @@ def changed(command):
 
 
 # How a simulation is started, and what it must come to, unless a row says otherwise. The "old" partition
-# is the one in use at the start, the "new" one the other. Run are the commands that do not begin as
+# is the one in use at the start, the "new" one the other. The report's first lines say all of `says`. Run are the commands that do not begin as
 # `without` does, up to the one that begins as `until` does.
 DEFAULTS = {"before": None, "pack": packed, "status": 0, "mounted": "new", "boots": "new",
-            "board": "2.07", "until": "end", "without": "nothing", "screens": None, "log": "", "remark": "none"}
+            "board": "2.07", "until": "end", "without": "nothing", "screens": None, "log": "", "remark": "none",
+            "says": "succeeded"}
 UNTOUCHED = {"mounted": "old", "boots": "old", "board": "2.06"}
 HALF_WAY = {"mounted": "new", "boots": "old", "board": "2.06"}
 NO_MOUNT = {"mounted": None, "boots": "old", "board": "2.06"}
@@ -61,6 +62,8 @@ AWKWARD = "it's a \"new\" $(reboot) " + NAME
 GONE = "/media/usb/zepra_update_v9.tar.gz"
 BIG = f"truncate -s {PARTITION_MIB + 8}M usr/local/lib/big"
 REFUSED = "Update is not supported on non-ARM platforms"
+SHOWN = 'on the screen: "Error upgrading firmware"'
+SIMULATED = f"(exit status 1); {SHOWN} & simulated by --fail"
 
 
 def row(name, options="--silent", arm=False, **others):
@@ -70,35 +73,44 @@ def row(name, options="--silent", arm=False, **others):
 
 
 RUNS = [
-    row("silent", log="Restore completed successfully!", arm=True),
+    row("silent", arm=True),
     row("interactive", "--language 2 --delay 2@gzip" + " --effects" * ARM, arm=True,
         screens="welcome confirm checking installing final"),
     row("back again", "--silent --language 2", before="--silent --language 2", arm=True,
         log="Versions are the same, ignoring ATMEGA update"),
-    row("no", "--answer no", **UNTOUCHED, until=None, screens=ASKED, arm=True),
+    row("no", "--answer no", **UNTOUCHED, until=None, screens=ASKED, says="refused", arm=True),
     row("board absent", "--silent --board absent", board="2.06", log="board not connected, ignoring", arm=True),
-    row("flash fails", "--board-result 61", board="2.06", screens=f"{ASKED} installing error"),
-    row("flash fails, silent", "--silent --board-result 58", board="2.06", status=1, arm=True),
-    row("no archive named", "--", **UNTOUCHED, until=None, screens="welcome error"),
-    row("archive gone", f"-- -u {GONE}", **UNTOUCHED, until=None, screens=f"{ASKED} error", log=f"not find file {GONE}"),
-    row("archive truncated", pack=partial(packed, cut=1000), **UNTOUCHED, until="gzip", screens="welcome error", arm=True),
+    row("flash fails", "--board-result 61 --language 5", board="2.06", screens=f"{ASKED} installing error",
+        says='(result 61); on the screen: "Error upgrading measurement board firmware" & Another instance'),
+    row("flash fails, silent", "--silent --board-result 58", board="2.06", status=1, says="(result 58)\n", arm=True),
+    row("no archive named", "--", **UNTOUCHED, until=None, screens="welcome error", says="Please check USB drive"),
+    row("archive gone", f"-- -u {GONE}", **UNTOUCHED, until=None, screens=f"{ASKED} error", log=f"not find file {GONE}",
+        says="Required update files missing"),
+    row("archive truncated", pack=partial(packed, cut=1000), **UNTOUCHED, until="gzip", screens="welcome error",
+        says='at: gzip -t & (exit status 1) & corrupt archive" & : unexpected end of file', arm=True),
     row("awkward name", pack=partial(packed, name=AWKWARD), arm=True),
     row("name without version", pack=partial(packed, name="update.tar.gz")),
-    row("no firmware", pack=changed("rm usr/local/share/zentar/atmega/*"), board="2.06", screens=ERROR),
+    row("no firmware", pack=changed("rm usr/local/share/zentar/atmega/*"), board="2.06", screens=ERROR,
+        says=f"board's firmware; {SHOWN} & brings no file ZEPRA_AFW_"),
     row("no prepare script", pack=changed(f"rm {PREPARE}"), without="chmod +x /tmp", log="Unpacking prepare setup failed"),
     row("prepare script fails", pack=changed(f"echo exit 3 >>{PREPARE}"), log="\nprepare setup failed"),
-    row("no setup script", pack=changed(f"rm {SETUP}"), **HALF_WAY, until="/usr", screens=ERROR),
-    row("setup script fails", pack=changed(f"echo exit 3 >>{SETUP}"), **HALF_WAY, until="/usr", log="CSetup script failed"),
-    row("partition full", pack=changed(BIG), **HALF_WAY, until="tar xvzf", screens=ERROR, log="Extract failed",
-        remark="mmcblk1p4 is full", arm=True),
-    row("umount fails", "--silent --fail umount", **UNTOUCHED, until="umount", log="Unmounting active partition failed!"),
-    row("mount fails", "--silent --fail 'mount /dev'", **NO_MOUNT, until="mount /dev", log="Mounting inactive partition failed!"),
-    row("sed fails", "--silent --fail sed", **HALF_WAY, until="sed", screens=ERROR, log="Changing fstab failed"),
+    row("no setup script", pack=changed(f"rm {SETUP}"), **HALF_WAY, until="/usr", screens=ERROR,
+        says=f"at: /{SETUP} (exit status 127); {SHOWN} & has no /{SETUP}"),
+    row("setup script fails", pack=changed(f"echo exit 3 >>{SETUP}"), **HALF_WAY, until="/usr", says="(exit status 3)"),
+    row("setup script without interpreter", pack=changed(f"sed -i s:/bin/sh:/none: {SETUP}"), **HALF_WAY, until="/usr",
+        says="its first line names"),
+    row("partition full", pack=changed(BIG), **HALF_WAY, until="tar xvzf", screens=ERROR,
+        says=f"at: tar xvzf & {SHOWN} & tar: usr/local/lib/big: ", remark="ran full: each has 48 MiB", arm=True),
+    row("umount fails", "--silent --fail umount", **UNTOUCHED, until="umount", says=f"at: umount & {SIMULATED}"),
+    row("mount fails", "--silent --fail 'mount /dev'", **NO_MOUNT, until="mount /dev", says=f"at: mount /dev & {SIMULATED}"),
+    row("nothing mounted", "--silent --fail 'mount |#1'", **UNTOUCHED, until="mount | grep -c mmcblk1p4", says="or neither"),
+    row("sed fails", "--silent --fail sed", **HALF_WAY, until="sed", screens=ERROR, says=f"at: sed -i & {SIMULATED}"),
     row("chmod and sync fail", "--silent --fail 'chmod +x /usr/local' --fail sync"),
-    row("INT at the question", "--signal INT@confirm", **UNTOUCHED, until=None),
-    row("TERM in the extraction", "--silent --delay '1@tar xvzf' --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf", arm=True),
-    row("TERM at the switch", "--silent --delay 1@sed --signal 'TERM@sed -i'", board="2.06", arm=True),
-    row("the product itself", "--silent --program vrk-updater", **UNTOUCHED, until="gzip", log=REFUSED),
+    row("INT at the question", "--signal INT@confirm", **UNTOUCHED, until=None, says="stopped by SIGINT at: confirm"),
+    row("TERM in the extraction", "--silent --delay '1@tar xvzf' --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf",
+        says="stopped by SIGTERM at: tar xvzf", arm=True),
+    row("TERM at the switch", "--silent --delay 1@sed --signal 'TERM@sed -i'", board="2.06", says="stopped by SIGTERM", arm=True),
+    row("the product itself", "--silent --program vrk-updater", **UNTOUCHED, until="gzip", says=f"{SHOWN} & {REFUSED}"),
 ]
 
 
@@ -121,12 +133,12 @@ class Simulation:
         return self.process
 
     def run(self, options, update):
-        """A whole run; returns its report."""
+        """A whole run; returns its report, for programs and as it was printed."""
         process = self.start(options, update)
         output = process.communicate(timeout=PATIENCE_SECONDS)[0]
         findings = json.loads((self.log / "report.json").read_text())
         assert process.returncode == findings["exit_status"], output
-        return findings
+        return findings, output
 
     def commands(self):
         """The command lines that the updater gave to the shell."""
@@ -157,10 +169,10 @@ def simulation(tmp_path, build):
 def test_run(simulation, tmp_path, run):
     update, old = run.pack(simulation.root), PARTITIONS[0]
     if run.before:
-        old = simulation.run(run.before, update)["after"]["partition"]
+        old = simulation.run(run.before, update)[0]["after"]["partition"]
     untouched, partitions = simulation.card.digest(old), {"old": old, "new": other_partition(old), None: None}
 
-    findings = simulation.run(run.options, update)
+    findings, output = simulation.run(run.options, update)
 
     path = shlex.quote(f"/media/usb/{update.name}").replace("'\"'\"'", "'\\''")
     expected = [f"gzip -t {path}", *installer_commands(path, old, partitions["new"])]
@@ -170,7 +182,10 @@ def test_run(simulation, tmp_path, run):
     after = {"partition": partitions[run.boots], "version": "3.4.0" if run.boots == "old" else "3.5.0", "board": run.board}
     assert (findings["exit_status"], findings["mounted"]) == (run.status, partitions[run.mounted])
     assert {name: findings["after"][name] for name in after} == after
-    assert not [remark for remark in findings["remarks"] if run.remark not in remark]
+    said = output.partition("exit status of the updater")[0]
+    assert [words for words in run.says.split(" & ") if words not in said] == [], output
+    remarks = findings["remarks"] or ["none"]
+    assert not [remark for remark in remarks if run.remark not in remark], output
     log = (simulation.log / "updater.log").read_text(errors="replace")
     assert run.log in log and "Could not load translations" not in log
     if run.screens:
@@ -201,7 +216,7 @@ def test_simulation_ended_in_the_extraction(simulation, number, status):
     process.send_signal(number)
     process.communicate(timeout=PATIENCE_SECONDS)
     assert (process.returncode, simulation.leftovers()) == (status, [])
-    assert simulation.run("--silent", update)["after"]["partition"] == PARTITIONS[1]
+    assert simulation.run("--silent", update)[0]["after"]["partition"] == PARTITIONS[1]
 
 
 def test_the_guide_has_the_commands():
