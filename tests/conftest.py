@@ -15,6 +15,13 @@ def build():
 
 
 @pytest.fixture(scope="session")
+def offscreen():
+    """The environment of a program that draws on no display."""
+    return {**os.environ, "QT_QPA_PLATFORM": "offscreen", "QT_QUICK_BACKEND": "software",
+            "ASAN_OPTIONS": "detect_leaks=0"}
+
+
+@pytest.fixture(scope="session")
 def parts(build):
     """What goes of it into an instrument with a screen; from here on this process's mounts are its own."""
     try:

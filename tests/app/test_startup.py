@@ -12,15 +12,14 @@ WARNING, DEBUG = "zentar vrk-updater 1 3", "zentar vrk-updater 1 5"  # with the 
 
 
 @pytest.fixture
-def updater(build, tmp_path):
+def updater(build, offscreen, tmp_path):
     """Runs the program until a text is in its output, then ends it by a signal; the output."""
     program = build / "bin/vrk-updater-with-logger"
     (tmp_path / "settings").write_text("[instrument]\ninitialize_ms=0\n")
     (tmp_path / "gzip").write_text(SLOW_GZIP)
     (tmp_path / "gzip").chmod(0o755)
-    environment = {**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}", "QT_IM_MODULE": "other",
-                   "VRK_EMBEDDED_API_INI": f"{tmp_path}/settings", "QT_QPA_PLATFORM": "offscreen",
-                   "QT_QUICK_BACKEND": "software", "ASAN_OPTIONS": "detect_leaks=0"}
+    environment = {**offscreen, "PATH": f"{tmp_path}:{os.environ['PATH']}", "QT_IM_MODULE": "other",
+                   "VRK_EMBEDDED_API_INI": f"{tmp_path}/settings"}
 
     def run(arguments, until, number):
         output = f"{program}\n"

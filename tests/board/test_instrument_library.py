@@ -1,7 +1,6 @@
 """Libraries that a firmware engineer may name: what configuring says of them, and how the updater runs with one."""
 
 import gzip
-import os
 import subprocess
 from pathlib import Path
 
@@ -49,11 +48,10 @@ def test_a_named_library(tmp_path, source, definition, said, usable):
         subprocess.run([build / "program"], check=True)
 
 
-def test_the_updater_with_longer_records(build, tmp_path):
+def test_the_updater_with_longer_records(build, offscreen, tmp_path):
     archive = tmp_path / "zepra_update_v2.tar.gz"
     archive.write_bytes(gzip.compress(b"not looked at on this processor"))
-    environment = {**os.environ, "LD_LIBRARY_PATH": str(build / "tests/board/longer"),
-                   "QT_QPA_PLATFORM": "offscreen", "QT_QUICK_BACKEND": "software", "ASAN_OPTIONS": "detect_leaks=0"}
+    environment = {**offscreen, "LD_LIBRARY_PATH": str(build / "tests/board/longer")}
     with subprocess.Popen([build / "bin/vrk-updater", "-u", archive, "--silent"], env=environment, text=True,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT) as updater:
         seen = []

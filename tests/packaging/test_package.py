@@ -23,7 +23,6 @@ LINK = {"bin/translations -> ../share/zentar/translations": "lrwxrwxrwx"}
 DEPENDS = {"libc6", "libqt5core5a", "libqt5gui5", "libqt5qml5", "libstdc++6", "mount",
            "qml-module-qtquick-controls2", "qml-module-qtgraphicaleffects"}
 KINDS = {"armhf": "ELF 32-bit LSB pie executable, ARM", "amd64": "x86-64"}
-OFFSCREEN = {"QT_QPA_PLATFORM": "offscreen", "QT_QUICK_BACKEND": "software", "XDG_RUNTIME_DIR": "/run"}
 
 
 def output_of(*command):
@@ -62,14 +61,14 @@ def test_dependencies(package):
     assert "qtvirtualkeyboard-plugin" in package.Recommends
 
 
-def test_starts(package, build, tmp_path):
+def test_starts(package, build, offscreen, tmp_path):
     library = build / "lib/libvrk-embedded-api.so"
     command, environment = [package.unpacked / "usr/local/bin/vrk-updater"], {"LD_LIBRARY_PATH": str(library.parent)}
     if package.Architecture == "armhf":
         root = root_with(package.file, library, tmp_path)
         command, environment = root.command("/usr/local/bin/vrk-updater"), {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
     seen = ""
-    with subprocess.Popen(command, env={**os.environ, **environment, **OFFSCREEN}, text=True, stdout=subprocess.PIPE,
+    with subprocess.Popen(command, env={**offscreen, **environment, "XDG_RUNTIME_DIR": "/run"}, text=True, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT) as process:
         for line in process.stdout:
             seen += line
