@@ -48,8 +48,8 @@ def updates_once(run):
     """The installer starts, once, after the library has told all that it is asked."""
     run.watcher.wait_for(bar="value")
     nothing(run)
-    output = run.output()
-    assert [line.split()[0] for line, _ in run.instrument.commands()] == ["gzip", "tar"]
+    output, commands = run.output(), [line.split()[0] for line, _ in run.instrument.commands()]
+    assert commands.count("gzip") == commands.count("tar") == 1
     assert "already running" not in output and output.index("VRK_Status") < output.index("Unpacking prepare setup script"), output
 
 
