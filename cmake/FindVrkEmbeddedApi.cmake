@@ -26,6 +26,7 @@ function(vrk_try_library missing)
             return VRK_Lib_Initialize({}, {}, {}, {}) + VRK_GetDeviceInfo({}) + VRK_GetStatus({})
                     + VRK_FlashATMEGA_file({}, {});
         }")
+    set(locale "$ENV{LC_ALL}")
     set(ENV{LC_ALL} C) # the linker's words are read below
     try_compile(linked "${probe}" SOURCES "${probe}.cpp"
         CMAKE_FLAGS "-DINCLUDE_DIRECTORIES=${vrk_header_folder}"
@@ -35,6 +36,7 @@ function(vrk_try_library missing)
         LINK_LIBRARIES "${VRK_EMBEDDED_API_LIBRARY}"
         CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON
         OUTPUT_VARIABLE output)
+    set(ENV{LC_ALL} "${locale}")
     set(names "")
     if(NOT linked)
         # As the linkers bfd, gold and lld put it.
@@ -45,6 +47,7 @@ function(vrk_try_library missing)
             message(FATAL_ERROR "${VRK_EMBEDDED_API_LIBRARY} cannot be linked:\n${output}")
         endif()
     endif()
+    unset(linked CACHE)
     set(${missing} "${names}" PARENT_SCOPE)
 endfunction()
 
