@@ -34,7 +34,7 @@
     </message>
     <message>
         <source>Are you sure you want to update the system from %1 to %2?</source>
-        <translation>Ви дійсно хочете оновити систему з версії %1 до %2?</translation>
+        <translation>Дійсно оновити систему з версії %1 до %2?</translation>
     </message>
     <message>
         <source>Checking for updates</source>
