@@ -2,17 +2,19 @@
 #include "applicationcontroller.h"
 
 #include "atmegaupdate.h"
-#include "heldinput.h"
 #include "localemanager.h"
 #include "vrkupdate.h"
 
 #include <QDebug>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QSettings>
 #include <QThread>
 #include <QWindow>
+
+#include <vector>
 
 namespace {
 
@@ -25,13 +27,14 @@ void endWorker(QThread *worker)
 }
 
 /// Gives the display a second to show a new window, which cannot be drawn before.
-void awaitExposure(const QWindow *window)
+void awaitExposure(const QPointer<QWindow> &window)
 {
     constexpr int timeoutMsecs = 1000;
     constexpr unsigned long pollIntervalMsecs = 5;
     QElapsedTimer elapsed;
     elapsed.start();
-    while (window->isVisible() && !window->isExposed() && !elapsed.hasExpired(timeoutMsecs)) {
+    while (window && window->isVisible() && !window->isExposed()
+           && !elapsed.hasExpired(timeoutMsecs)) {
         QThread::msleep(pollIntervalMsecs);
         QCoreApplication::processEvents();
     }
@@ -84,16 +87,16 @@ void ApplicationController::connectWorkers()
 }
 
 /// Processes the pending events, then repaints the screen, which Qt would otherwise leave to a
-/// later turn. The operator's input is held back until the caller releases it: an answer must not
-/// start the update inside the caller.
-HeldInput *ApplicationController::drawScreen()
+/// later turn. The caller has a HeldInput meanwhile: an answer must not start the update inside it.
+void ApplicationController::drawScreen()
 {
-    auto *heldInput = new HeldInput(this);
     QCoreApplication::processEvents();
-    for (QWindow *window : QGuiApplication::topLevelWindows()) {
+    const QWindowList shown = QGuiApplication::topLevelWindows();
+    const std::vector<QPointer<QWindow>> windows(shown.cbegin(), shown.cend());
+    for (const QPointer<QWindow> &window : windows) {
         awaitExposure(window);
-        QCoreApplication::postEvent(window, new QEvent(QEvent::UpdateRequest));
+        if (window)
+            QCoreApplication::postEvent(window, new QEvent(QEvent::UpdateRequest));
     }
     QCoreApplication::processEvents();
-    return heldInput;
 }

@@ -9,7 +9,6 @@
 #include <string>
 
 class AtmegaUpdate;
-class HeldInput;
 class LocaleManager;
 class QQmlApplicationEngine;
 class QSettings;
@@ -102,6 +101,7 @@ private:
     void setUpTranslation();
     void initQml();
     void connectWorkers();
+    void startUp();
     bool initVRK();
     bool connectToBackend() const;
     QString readDeviceInfo();
@@ -114,7 +114,7 @@ private:
     bool testArchive();
     void showLeaving(const QString &message);
     void showBusyBar();
-    HeldInput *drawScreen();
+    void drawScreen();
 
     void setInstructionsText(const QString &text);
     void setMessage(const QString &message);

@@ -1,6 +1,8 @@
 // The operator's three answers.
 #include "applicationcontroller.h"
 
+#include "heldinput.h"
+
 #include <QCoreApplication>
 
 void ApplicationController::handleButtonContinue()
@@ -29,5 +31,6 @@ void ApplicationController::showLeaving(const QString &message)
     setButtonVisible(false);
     showBusyBar();
     setMessage(message);
-    drawScreen(); // what the operator does from here on answers nothing any more
+    new HeldInput(this); // what the operator does from here on answers nothing any more
+    drawScreen();
 }

@@ -48,8 +48,20 @@ void ApplicationController::init()
 {
     setMessage(tr("Welcome to updater"));
     showBusyBar();
-    drawScreen()->release(); // the library blocks this thread from here on
+    auto *heldInput = new HeldInput(this);
+    drawScreen(); // before the library blocks this thread
+    startUp();
+    if (!isButtonVisible()) {
+        heldInput->release();
+        return;
+    }
+    drawScreen(); // what was done before this error could be read is held, too
+    delete heldInput;
+}
 
+/// Up to the question, the start of a silent run, or an error.
+void ApplicationController::startUp()
+{
     if (!initVRK())
         return;
     if (!connectToBackend()) {
