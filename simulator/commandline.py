@@ -50,10 +50,10 @@ def seconds_at_command(text):
 
 
 def screen_size(text):
-    """WxH as a pair of numbers."""
+    """WxH as a pair of numbers; the updater's window cannot be smaller than the smallest."""
     width, _, height = text.partition("x")
-    if not (width.isdigit() and height.isdigit() and int(width) and int(height)):
-        raise argparse.ArgumentTypeError(f"{text!r} is not WIDTHxHEIGHT")
+    if not (width.isdigit() and height.isdigit() and int(width) >= 800 and int(height) >= 480):
+        raise argparse.ArgumentTypeError(f"{text!r} is not WIDTHxHEIGHT, from 800x480 on")
     return int(width), int(height)
 
 
