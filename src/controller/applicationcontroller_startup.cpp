@@ -5,6 +5,7 @@
 #include "language.h"
 #include "localemanager.h"
 
+#include <QCoreApplication>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QSettings>
@@ -21,6 +22,14 @@ template <std::size_t Size>
 std::string recordText(const char (&text)[Size])
 {
     return std::string(text, strnlen(text, Size));
+}
+
+/// Lets a HeldInput have what the operator did while this thread was blocked: the first turn reads
+/// it from the devices, the second sends it.
+void takeInput()
+{
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
 }
 
 } // namespace
@@ -51,12 +60,10 @@ void ApplicationController::init()
     auto *heldInput = new HeldInput(this);
     drawScreen(); // before the library blocks this thread
     startUp();
-    if (!isButtonVisible()) {
+    if (isButtonVisible())
+        delete heldInput; // it came before the error that nobody has read yet
+    else
         heldInput->release();
-        return;
-    }
-    drawScreen(); // what was done before this error could be read is held, too
-    delete heldInput;
 }
 
 /// Up to the question, the start of a silent run, or an error.
@@ -89,7 +96,10 @@ bool ApplicationController::initVRK()
 {
     if (isVRKInitialized())
         return true;
-    if (VRK_Lib_Initialize(statusCallback, this, VRK_LIB_MODE_UPDATER, m_debug) != VRK_RESULT_OK) {
+    const VRK_ResultCode result = VRK_Lib_Initialize(statusCallback, this, VRK_LIB_MODE_UPDATER,
+                                                     m_debug);
+    takeInput();
+    if (result != VRK_RESULT_OK) {
         setError(tr("Failed to initialize VRK library"), EXIT_OK);
         return false;
     }
