@@ -29,15 +29,17 @@ MISSING = "Required update files missing"
 CORRUPT = "Error upgrading firmware: corrupt archive"
 BROKEN = "Error upgrading firmware"
 NOT_FLASHED = "Error upgrading measurement board firmware"
+WORDS = (NO_LIBRARY, NO_DRIVE, MISSING, CORRUPT, BROKEN, NOT_FLASHED)
 
 
 @dataclass(frozen=True)
 class Outcome:
     """How an update ended; None is what does not apply or cannot be told.
 
-    `result` is "succeeded", "failed", "refused" (by the operator), "stopped by SIGTERM" (or another signal) or
-    "unknown". `at` is where that was: a command line, a screen or plain words; `exit_status` that of the
-    command line; `words` what the error screen says, and `reason` why it came.
+    `result` is "succeeded", "failed", "refused" (by the operator), "stopped by SIGTERM" (or another signal),
+    "not begun" (where nobody watched why) or "unknown". `at` is where that was: a command line, a screen or
+    plain words; `exit_status` that of the command line; `words` what the error screen says, and `reason` why
+    it came.
     """
 
     result: str
@@ -77,9 +79,9 @@ def outcome(findings, log, root=None, failures=()):
         failure = (_failure_at_the_board(log, root) if installed
                    else _failure(findings["commands"], log, root, failures))
         if failure:
-            return replace(failure, words=failure.words if over else None)
+            return replace(failure, words=None) if status == 1 else failure  # which shows no screen for long
     if not screens and not findings["commands"]:
-        return Outcome("refused", reason="the answer was no, or the window was closed; this display does not tell which")
+        return Outcome("not begun", reason="the answer was no, or something else ended it: unwatched, both look alike")
     return Outcome("unknown", reason="neither the screens nor the output of the updater tell why it ended")
 
 
@@ -88,7 +90,7 @@ def _stopped(name, moment):
 
 
 def _killed(status, asked_to_end):
-    if status <= 128:
+    if status - 128 not in set(signal.Signals):
         return Outcome("failed", reason=f"the updater ended with status {status}")
     name = signal.Signals(status - 128).name
     if asked_to_end and name == f"SIG{asked_to_end[0]}":

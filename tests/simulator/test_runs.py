@@ -12,7 +12,7 @@ from functools import partial
 from types import SimpleNamespace
 
 import pytest
-from simulator import SOURCES, archive
+from simulator import SOURCES, archive, outcome
 from simulator.build import Build, NotPossible, require_devices
 from simulator.card import MIB, PARTITIONS, other_partition
 from simulator.instrument import Instrument, Settings
@@ -48,9 +48,9 @@ def changed(command):
     return pack
 
 
-# How a simulation is started, and what it must come to, unless a row says otherwise. The "old" partition
-# is the one in use at the start, the "new" one the other. The report's first lines say all of `says`. Run are the commands that do not begin as
-# `without` does, up to the one that begins as `until` does.
+# How a simulation is started, and what it must come to, unless a row says otherwise. The "old" partition is the
+# one in use at the start, the "new" one the other. Run are the commands that do not begin as `without` does, up
+# to the one that begins as `until` does. The first lines of the report say all that `says` lists.
 DEFAULTS = {"before": None, "pack": packed, "status": 0, "mounted": "new", "boots": "new",
             "board": "2.07", "until": "end", "without": "nothing", "screens": None, "log": "", "remark": "none",
             "says": "succeeded"}
@@ -217,6 +217,11 @@ def test_simulation_ended_in_the_extraction(simulation, number, status):
     process.communicate(timeout=PATIENCE_SECONDS)
     assert (process.returncode, simulation.leftovers()) == (status, [])
     assert simulation.run("--silent", update)[0]["after"]["partition"] == PARTITIONS[1]
+
+
+def test_the_words_are_those_of_the_screen():
+    english = (SOURCES / "translations/vrk-updater_en.ts").read_text(encoding="utf-8")
+    assert [words for words in outcome.WORDS if f"<source>{words}</source>" not in english] == []
 
 
 def test_the_guide_has_the_commands():
