@@ -1,5 +1,6 @@
 """The instrument's root file system: an overlay on a base, with everything changeable in memory."""
 
+import contextlib
 import os
 import signal
 import stat
@@ -56,7 +57,8 @@ class RootFileSystem:
         """Ends all that runs inside, and unmounts."""
         while processes := self._processes():
             for process in processes:
-                os.kill(process, signal.SIGKILL)
+                with contextlib.suppress(ProcessLookupError):  # It has ended by itself.
+                    os.kill(process, signal.SIGKILL)
         subprocess.run(["umount", "--recursive", self._memory], check=True)
 
     def _processes(self):
