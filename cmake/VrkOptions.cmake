@@ -19,8 +19,10 @@ set(VRK_SANITIZERS "" CACHE STRING "Sanitizers to build with, e.g. address,undef
 if(VRK_SANITIZERS)
     # Older plog headers compare a logger's type before it is complete, which vptr reports.
     target_compile_options(vrk-options INTERFACE
-        -fsanitize=${VRK_SANITIZERS} -fno-sanitize=vptr -fno-omit-frame-pointer)
+        -fsanitize=${VRK_SANITIZERS} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(vrk-options INTERFACE -fsanitize=${VRK_SANITIZERS})
+    target_sources(vrk-options INTERFACE
+        $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${CMAKE_CURRENT_LIST_DIR}/sanitizers.cpp>)
 endif()
 
 # A build for the instrument itself needs no executable that pretends to be one.

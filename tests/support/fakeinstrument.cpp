@@ -10,7 +10,9 @@ namespace {
 template <typename Function, typename... Arguments>
 auto answer(const Function &function, Arguments... arguments) -> typename Function::result_type
 {
-    return function ? function(arguments...) : typename Function::result_type {};
+    const auto result = function ? function(arguments...) : typename Function::result_type {};
+    MessageLog::handOver();
+    return result;
 }
 
 thread_local std::string s_scope; // they do not nest

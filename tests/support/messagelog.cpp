@@ -11,8 +11,9 @@ const QThread *s_thread;
 void keep(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
     static const char *const kinds[] = { "debug", "warning", "critical", "fatal", "info" };
+    const std::lock_guard<std::mutex> lock(s_mutex);
     if (s_thread == nullptr || s_thread == QThread::currentThread())
-        MessageLog::note(QString("%1: %2").arg(kinds[type], text));
+        s_lines << QString("%1: %2").arg(kinds[type], text);
 }
 
 } // namespace
@@ -20,6 +21,7 @@ void keep(QtMsgType type, const QMessageLogContext &, const QString &text)
 MessageLog::MessageLog(const QThread *thread)
 {
     take();
+    const std::lock_guard<std::mutex> lock(s_mutex);
     s_thread = thread;
     m_previous = qInstallMessageHandler(keep);
 }
@@ -31,6 +33,8 @@ void MessageLog::note(const QString &line)
     const std::lock_guard<std::mutex> lock(s_mutex);
     s_lines << line;
 }
+
+void MessageLog::handOver() { const std::lock_guard<std::mutex> lock(s_mutex); }
 
 QStringList MessageLog::take()
 {
