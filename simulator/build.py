@@ -11,9 +11,9 @@ from pathlib import Path
 from . import SOURCES
 
 SETUP, ARM_ROOT = SOURCES / "tools" / "setup", SOURCES / "tools" / "arm-root"
-NATIVE_PROGRAM, ARM_PROGRAM = "vrk-updater-simulated", "vrk-updater"
-NATIVE_TARGETS, ARM_TARGETS = (NATIVE_PROGRAM, "screen-vsync"), (ARM_PROGRAM,)
 TOUCHSCREEN = "touchscreen"
+NATIVE_PROGRAM, ARM_PROGRAM = "vrk-updater-simulated", "vrk-updater"
+NATIVE_TARGETS, ARM_TARGETS = (NATIVE_PROGRAM, "screen-vsync"), (ARM_PROGRAM, TOUCHSCREEN)
 SCREEN_VSYNC = "libscreen-vsync.so"
 NOT_POSSIBLE = 77
 ELF, ARM_MACHINE = b"\x7fELF", b"\x28\x00"
@@ -84,13 +84,23 @@ def is_arm(program):
 
 def require_screen():
     """Raises NotPossible where the updater cannot run on a virtual screen."""
-    if os.geteuid() != 0:
-        raise NotPossible("a private root file system needs root")
-    tools = [tool for tool in ("Xvfb", "mount") if not shutil.which(tool)]
-    if tools:
-        raise NotPossible("not installed here: " + " ".join(tools))
+    require_root_and("Xvfb", "mount")
     if not glob.glob("/usr/lib/*/dri/swrast_dri.so") or not ctypes.util.find_library("GL"):
         raise NotPossible("there is no software OpenGL (Debian packages libgl1 and libgl1-mesa-dri)")
+
+
+def require_emulator():
+    """Raises NotPossible where no computer can be emulated."""
+    require_root_and("qemu-system-arm", "sfdisk", "mke2fs", "mkfs.vfat", "mcopy", "cpio")
+
+
+def require_root_and(*tools):
+    """Raises NotPossible without root, which private mounts need, and without these tools."""
+    if os.geteuid() != 0:
+        raise NotPossible("a private root file system needs root")
+    missing = [tool for tool in tools if not shutil.which(tool)]
+    if missing:
+        raise NotPossible("not installed here: " + " ".join(missing))
 
 
 def require_devices():
@@ -99,10 +109,13 @@ def require_devices():
         raise NotPossible("needs root and loop devices for the instrument's partitions")
 
 
-def make(arm=False):
-    """Installs what is missing and builds; returns the build folder. Raises NotPossible or OSError."""
-    preset, targets = ("arm", ARM_TARGETS) if arm else ("dev", NATIVE_TARGETS)
-    setting_up = subprocess.run([SETUP, *["--arm"] * arm], check=False)
+def make(*kind):
+    """Installs what is missing and builds for this machine, with "--arm" or "--emulator" for the instrument.
+
+    These are options of tools/setup. Returns the build folder. Raises NotPossible or OSError.
+    """
+    preset, targets = ("arm", ARM_TARGETS) if kind else ("dev", NATIVE_TARGETS)
+    setting_up = subprocess.run([SETUP, *kind], check=False)
     if setting_up.returncode != 0:
         raise (NotPossible if setting_up.returncode == NOT_POSSIBLE else OSError)("tools/setup failed, as said above")
     folder = SOURCES / "build" / preset
@@ -121,7 +134,10 @@ def _quietly(*command):
 
 
 def arm_root(*kind):
-    """The path of the armhf root file system, or of another kind of it; raises NotPossible, or OSError when it must be made first."""
+    """The path of the armhf root file system, or of the one that an option of tools/arm-root names.
+
+    Raises NotPossible, or OSError when it must be made first.
+    """
     checking = subprocess.run([ARM_ROOT, *kind, "--check"], stdout=subprocess.PIPE, text=True, check=False)
     if checking.returncode != 0:
         raise (NotPossible if checking.returncode == NOT_POSSIBLE else OSError)(checking.stdout.strip())

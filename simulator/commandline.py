@@ -31,7 +31,7 @@ class Parser(argparse.ArgumentParser):
     """Keeps the status 125 for the simulation itself."""
 
     def error(self, message):
-        self.exit(OWN_FAILURE, f"simulate: {message} (see ./simulate --help)\n")
+        self.exit(OWN_FAILURE, f"{self.prog.removeprefix('./')}: {message} (see {self.prog} --help)\n")
 
 
 def command(text):
@@ -151,16 +151,25 @@ def parse(arguments):
 def main():
     """Sets up, builds, simulates; returns the exit status."""
     options = parse(sys.argv[1:])
-    try:
+
+    def run():
         require_devices()
-        folder = options.build.absolute() if options.build else make(options.arm)
+        folder = options.build.absolute() if options.build else make(*["--arm"] * options.arm)
         from .simulation import simulate  # What it imports may have been installed only now.
         return simulate(options, folder)
+
+    return status_of(run, "simulate")
+
+
+def status_of(run, name):
+    """What run() returns, or the exit status for what keeps it from that, which is said."""
+    try:
+        return run()
     except KeyboardInterrupt:
         return 128 + signal.SIGINT
     except NotPossible as error:
-        print(f"simulate: {error}", file=sys.stderr)
+        print(f"{name}: {error}", file=sys.stderr)
         return NOT_POSSIBLE
     except (OSError, subprocess.SubprocessError) as error:
-        print(f"simulate: {error}", file=sys.stderr)
+        print(f"{name}: {error}", file=sys.stderr)
         return OWN_FAILURE

@@ -109,7 +109,7 @@ class Instrument:
         return json.loads((self.folder / "instrument.json").read_text())["board_version"]
 
     def __enter__(self):
-        self.run_folder = self._new_run_folder()
+        self.run_folder = self.new_run_folder()
         with contextlib.ExitStack() as power:
             if self.card:
                 logged = (power.enter_context(LoggedCard(self.card.image, self.run_folder / WRITE_LOG))
@@ -125,7 +125,7 @@ class Instrument:
             self._power = power.pop_all()
         return self
 
-    def _new_run_folder(self):
+    def new_run_folder(self):
         """Makes runs/001 and so on, and lets "latest" name it."""
         runs, latest = self.folder / "runs", self.folder / "latest"
         runs.mkdir(exist_ok=True)
@@ -205,8 +205,7 @@ class Instrument:
 
     def commands(self):
         """The command lines that the updater has given to the shell, each with its exit status once it has ended."""
-        log = self.run_folder / faults.COMMAND_LOG
-        return faults.read_command_log(log.read_text(errors="replace")) if log.exists() else []
+        return read_commands(self.run_folder)
 
     def mounted_partition(self):
         """The partition mounted on /usr/local, or None."""
@@ -234,3 +233,9 @@ class Instrument:
         """What the board keeps, as the instrument library writes it."""
         state = self.folder / "board" / BOARD_STATE
         return state.read_text() if state.exists() else ""
+
+
+def read_commands(folder):
+    """The command lines of the log in a folder, each with its exit status; none when there is no log."""
+    log = folder / faults.COMMAND_LOG
+    return faults.read_command_log(log.read_text(errors="replace")) if log.exists() else []

@@ -30,7 +30,7 @@ def enter():
     subprocess.run(["mount", "-t", "tmpfs", "memory", "/dev/shm"], check=True)
 
 
-def run_isolated(job):
+def run_isolated(job, name="simulate"):
     """Runs job() as the first process of new namespaces; returns its value as an exit status.
 
     Whatever the job starts or mounts ends with it, also when this process is killed outright.
@@ -40,7 +40,7 @@ def run_isolated(job):
     signal.pthread_sigmask(signal.SIG_BLOCK, INTERRUPTIONS)  # until somebody takes them
     child = os.fork()
     if child == 0:
-        os._exit(_first_process(job))
+        os._exit(_first_process(job, name))
     return _supervise(child)
 
 
@@ -55,7 +55,7 @@ def _end_with_parent():
     ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
 
 
-def _first_process(job):
+def _first_process(job, name):
     status = OWN_FAILURE
     try:
         _end_with_parent()
@@ -69,7 +69,7 @@ def _first_process(job):
     except SystemExit as leaving:
         status = leaving.code
     except (OSError, subprocess.SubprocessError) as error:
-        print(f"simulate: {error}", file=sys.stderr)
+        print(f"{name}: {error}", file=sys.stderr)
     except BaseException:
         traceback.print_exc()
     sys.stdout.flush()

@@ -66,11 +66,12 @@ class Passed:
 class Operator:
     """A context in which a thread operates one run of the updater before a Watcher's screen.
 
-    `pictures` is a folder for a picture of each screen as it last stood, `answer` is "yes" or "no".
-    `hooks` maps a screen's name to a function that is called, without arguments, when that screen has
-    come and before it is acted on; "stopped" is when the operator cannot go on. `patience` is how many seconds nothing may change before that
-    becomes a remark. `passed` and `remarks` (plain words on what went wrong) grow meanwhile,
-    and `answered` becomes the answer that was given. The watching ends with it.
+    `pictures` is a folder for a picture of each screen as it last stood, `answer` is "yes", "no" or,
+    when somebody else operates, None. `hooks` maps a screen's name to a function that is called, without
+    arguments, when that screen has come and before it is acted on; "stopped" is when the operator cannot
+    go on. `patience` is how many seconds nothing may change before that becomes a remark. `passed` and
+    `remarks` (plain words on what went wrong) grow meanwhile, and `answered` becomes the answer that was
+    given. The watching ends with it.
     """
 
     def __init__(self, watcher, pictures=None, answer="yes", hooks=None, patience=60.0):
@@ -121,7 +122,7 @@ class Operator:
 
     def _act(self, name):
         control = self._answer if name == "confirm" else "button" if name in ENDINGS else None
-        if control is None or self._stopping.wait(REACTION_SECONDS):
+        if None in (control, self._answer) or self._stopping.wait(REACTION_SECONDS):
             return
         if self._recogniser.name(self._watcher.shots[-1].view) != name:
             return

@@ -19,15 +19,35 @@ def mount(*arguments):
     subprocess.run(["mount", *map(str, arguments)], check=True)
 
 
-class RootFileSystem:
+class Tree:
+    """The folder `path`, in which an instrument's files lie at their places."""
+
+    def __init__(self, path):
+        self.path = path
+
+    def inside(self, path):
+        """Where an absolute path of the instrument lies, seen from outside."""
+        return Path(f"{self.path}{path}")
+
+    def write(self, path, text, executable=False):
+        """Writes a file, its folders included; one that is there is replaced, not followed."""
+        place = self.inside(path)
+        place.parent.mkdir(parents=True, exist_ok=True)
+        place.unlink(missing_ok=True)
+        place.write_text(text)
+        if executable:
+            place.chmod(0o755)
+
+
+class RootFileSystem(Tree):
     """A root file system below an empty folder; path is where it lies.
 
     To be made where mounts are private (namespaces.py), so that they end at the latest with the process.
     """
 
     def __init__(self, folder, base="/"):
+        super().__init__(folder / "root")
         self._memory, self._base = folder, Path(base)
-        self.path = folder / "root"
         mount("-t", "tmpfs", "-o", "mode=0755", "instrument", folder)
         upper, work = folder / "upper", folder / "work"
         for place in (upper / "usr" / "local", work, self.path):
@@ -71,19 +91,6 @@ class RootFileSystem:
             except OSError:  # It has ended.
                 continue
         return found
-
-    def inside(self, path):
-        """Where an absolute path of the instrument lies, seen from outside."""
-        return Path(f"{self.path}{path}")
-
-    def write(self, path, text, executable=False):
-        """Writes a file, its folders included; a file of the base is replaced, not followed."""
-        place = self.inside(path)
-        place.parent.mkdir(parents=True, exist_ok=True)
-        place.unlink(missing_ok=True)
-        place.write_text(text)
-        if executable:
-            place.chmod(0o755)
 
     def bind(self, source, path, *options):
         """Shows a file or folder from outside at a path of the instrument."""

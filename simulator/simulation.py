@@ -37,9 +37,9 @@ def simulate(options, build_folder):
     return run_isolated(lambda: run(options, build, folder, file))
 
 
-def open_folder(kept):
+def open_folder(kept, kind="simulator"):
     """The folder of the instrument, locked for this run; a new instrument unless it is kept."""
-    folder = (kept or SOURCES / "build" / "simulator" / "last").absolute()
+    folder = (kept or SOURCES / "build" / kind / "last").absolute()
     folder.mkdir(parents=True, exist_ok=True)
     there = {path.name for path in folder.iterdir()}
     if there and there.isdisjoint({"lock", "instrument.json"}):
@@ -60,13 +60,17 @@ def open_folder(kept):
 
 def settings_of(options, unpacked):
     """The settings that the options ask for, with partitions that an archive of that size fits into."""
-    wanted = max(Settings.partition_bytes, unpacked + unpacked // 8 + ROOM)
     return Settings(
         options.running_version, options.board_version,
-        options.partition_size * MIB if options.partition_size else wanted // MIB * MIB,
+        options.partition_size * MIB if options.partition_size else partition_bytes_for(unpacked),
         language=options.language, board_connected=options.board == "connected", board_result=options.board_result,
         failures=tuple(options.fail), delays=dict(options.delay),
         signal_at=options.signal if options.signal and options.signal[1] not in SCREENS else None)
+
+
+def partition_bytes_for(unpacked):
+    """The size of system partitions into which an archive fits that takes so many bytes."""
+    return max(Settings.partition_bytes, unpacked + unpacked // 8 + ROOM) // MIB * MIB
 
 
 def run(options, build, folder, file):

@@ -70,3 +70,9 @@ def read(path):
         at += sector + sectors * sector
         entries.append(Entry(first * sector, content[at - sectors * sector:at], bool(flags & (FLUSH | FUA))))
     return entries
+
+
+def count(path):
+    """How many entries a log holds so far, while it is written."""
+    with open(path, "rb") as file:
+        return HEADER.unpack(file.read(HEADER.size).ljust(HEADER.size, b"\0"))[2]

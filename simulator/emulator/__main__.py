@@ -1,0 +1,5 @@
+import sys
+
+from .commandline import main
+
+sys.exit(main())

@@ -1,0 +1,135 @@
+"""One run of ./emulate: the instrument boots, is updated by an operator, perhaps cut off, and boots again."""
+
+import glob
+import os
+import re
+import time
+
+from .. import archive, report
+from ..build import ARM_PROGRAM, Build, arm_root, require_emulator
+from ..instrument import Settings
+from ..namespaces import run_isolated
+from ..operator import Operator
+from ..outcome import outcome
+from ..run import qml_faults
+from ..screen import SMALLEST
+from ..simulation import open_folder, partition_bytes_for
+from ..watcher import Watcher
+from .images import make_drive, prepare
+from .instrument import UP, EmulatedInstrument
+from .machine import Machine
+from .powercut import CutOff, lacking, system_of_archive, system_of_card
+from .screen import EmulatedScreen
+
+BOOT_SECONDS, UPDATE_SECONDS = 300, 900
+PATIENCE_SECONDS = 240
+SETTLED_SECONDS = 1
+FAILED = 1
+
+LAUNCHER_STATUS = re.compile(r"^vrk-updater-launch: status (\d+)", re.MULTILINE)
+WINDOW_MODULE, WINDOW_PACKAGE = "/usr/lib/*/qemu/ui-gtk.so", "qemu-system-gui"
+VNC_ADDRESS = "127.0.0.1:0"
+
+
+def emulate(options, build_folder):
+    """Prepares a run and makes it; returns the exit status."""
+    require_emulator()
+    build = Build(build_folder, ARM_PROGRAM, arm_root("--instrument"))
+    build.check()
+    folder, _lock = open_folder(options.keep, "emulator")
+    return run_isolated(lambda: Emulation(options, build, folder).run(), "emulate")
+
+
+def display(window):
+    """QEMU's name for where the screen is shown: nowhere, in a window, or for a VNC viewer, which is said."""
+    if not window:
+        return "none"
+    if os.environ.get("DISPLAY") and glob.glob(WINDOW_MODULE):
+        return "gtk"
+    print(f"there is no display or no {WINDOW_PACKAGE} here: point a VNC viewer to {VNC_ADDRESS}", flush=True)
+    return f"vnc={VNC_ADDRESS}"
+
+
+class Emulation:
+    """A run with an instrument and a USB drive in a folder, boot by boot."""
+
+    def __init__(self, options, build, folder):
+        unpacked = archive.unpacked_bytes(options.archive) if options.archive else 0
+        settings = Settings(language=options.language, partition_bytes=partition_bytes_for(unpacked))
+        self._options = options
+        self._images = prepare(build, settings)
+        self._instrument = EmulatedInstrument(folder, build, settings, self._images)
+        self._folder = self._instrument.new_run_folder()
+        self._drive = self._folder / "drive.img"
+        self._archive = (options.archive or self._images.archive).absolute()
+        self._display = display(options.window)
+        self._boots = []
+
+    def run(self):
+        """The whole of it; returns 0 when the instrument came up each time as it should."""
+        make_drive(self._drive, self._archive)
+        before, started = report.state(self._instrument), time.monotonic()
+        old = system_of_card(self._instrument.card, before["partition"])
+        cut = self._cut_off() if self._options.cut else None
+        update = self._boot(self._update, self._drive)
+        last = self._boot(self._look)
+        self._drive.unlink()
+        if cut:
+            system = old if update["partition"] == before["partition"] else system_of_archive(self._archive)
+            cut.lacking = lacking(system_of_card(self._instrument.card, update["partition"]), system)
+            update["remarks"] += [f"the power cut has left a system without {name}" for name in cut.lacking]
+        report.write(update | {"cut": cut, "boots": self._boots, "seconds": round(time.monotonic() - started, 1),
+                               "mounted": last["partition"], "before": before,
+                               "after": report.state(self._instrument)}, self._folder)
+        changed, succeeded = last["partition"] != update["partition"], update["update"].result == "succeeded"
+        return 0 if changed == succeeded and not (cut and cut.lacking) else FAILED
+
+    def _cut_off(self):
+        """Boots for an update that a power cut ends; returns the PowerCut."""
+        cut_off = CutOff(self._options.cut, self._options.seed, self._instrument.card, self._folder)
+        cuts = []
+        self._boot(lambda machine: cuts.append(cut_off.cut(machine, UPDATE_SECONDS)), self._drive, cut_off.log)
+        print(f"power cut {cuts[0]}", flush=True)
+        return cuts[0]
+
+    def _boot(self, act, drive=None, writes=None):
+        """Switches the instrument on, and lets act(machine) go on once it is up; returns findings.
+
+        An operator sits before the screen.
+        """
+        name = f"boot-{len(self._boots) + 1}"
+        log, pictures = self._folder / name, self._folder / "pictures" / name
+        for folder in (log, pictures):
+            folder.mkdir(parents=True)
+        with (Machine(self._images, self._instrument.card.image, drive, log, SMALLEST, self._display, writes) as machine,
+              EmulatedScreen(machine) as screen, Watcher(screen) as watcher):
+            answer = None if self._options.window else self._options.answer
+            with Operator(watcher, pictures, answer, {"final": machine.unplug_drive}, PATIENCE_SECONDS) as operator:
+                boot = self._come_up(machine)
+                act(machine)
+        console, status = machine.console(), LAUNCHER_STATUS.search(machine.console())
+        boot |= {"screens": [vars(passed) for passed in operator.passed], "answer": operator.answered, "signal": None,
+                 "commands": machine.commands(), "exit_status": int(status[1]) if status else None,
+                 "remarks": operator.remarks + [f"the QML engine complained: {line}" for line in qml_faults(console)]}
+        if status:
+            boot["update"] = outcome(boot, console)
+        if not operator.passed:
+            screen.picture().save(pictures / "up.png")
+        self._boots.append(boot)
+        return boot
+
+    def _come_up(self, machine):
+        """Waits until the instrument says which system it runs."""
+        started = time.monotonic()
+        version, partition = machine.wait_for_line(UP, BOOT_SECONDS).groups()
+        seconds = round(time.monotonic() - started, 1)
+        print(f"up after {seconds} s with system {version} on {partition}", flush=True)
+        return {"version": version, "partition": partition, "seconds": seconds}
+
+    def _update(self, machine):
+        """Waits for the reboot after an update."""
+        machine.wait_for_end(None if self._options.window else UPDATE_SECONDS)
+
+    def _look(self, _machine):
+        """Gives the instrument time to show that it has come up."""
+        time.sleep(SETTLED_SECONDS)

@@ -1,0 +1,90 @@
+"""A power cut of the emulated instrument: at one of the writes to its card while a chosen command runs.
+
+The card has no cache of its own, and Linux knows that: what it has taken it keeps, and there are no
+flushes. What is lost is the computer's memory, with all that Linux had not written yet. Cards that lose
+or mix up writes are the subject of ./simulate --power-cuts.
+"""
+
+import random
+import tarfile
+import tempfile
+import time
+from dataclasses import dataclass, field
+from pathlib import Path
+
+from .. import archive, writelog
+from ..faults import numbers_chosen
+from .instrument import copy_image
+from .machine import MachineError
+
+POLL_SECONDS = 0.02
+
+
+@dataclass
+class PowerCut:
+    """What was cut off where: after `kept` of the `writes` to the card that were made while the command ran."""
+
+    command: str
+    seed: int
+    kept: int = 0
+    writes: int = 0
+    lacking: list = field(default_factory=list)  # files of the system that was in use at the next start
+
+    def __str__(self):
+        return f"after {self.kept} of {self.writes} sectors written while {self.command!r} ran; --seed {self.seed} cuts alike"
+
+
+class CutOff:
+    """Lets a machine run until a chosen command of the updater has run, and then its card lose what came later."""
+
+    def __init__(self, choice, seed, card, folder):
+        self._choice, self._card = choice, card
+        self._seed = random.randrange(1_000_000) if seed is None else seed
+        self._before, self.log = folder / "before-cut.img", folder / "writes.log"
+        copy_image(card.image, self._before)
+        self.log.touch()
+
+    def cut(self, machine, timeout):
+        """Cuts the power when the command has run; returns the PowerCut. Raises MachineError when it does not come."""
+        line, first = self._wait(machine, timeout, lambda _: True)
+        self._wait(machine, timeout, lambda status: status is not None)
+        machine.cut_power()
+        entries = writelog.read(self.log)
+        position = random.Random(self._seed).randint(first, len(entries))
+        with open(self._before, "r+b") as image:
+            for entry in entries[:position]:
+                image.seek(entry.offset)
+                image.write(entry.data)
+        self._before.rename(self._card.image)
+        self.log.unlink()
+        return PowerCut(line, self._seed, position - first, len(entries) - first)
+
+    def _wait(self, machine, timeout, fits):
+        """Waits for the chosen command with a fitting status; returns its line, and how many writes there were before."""
+        until = time.monotonic() + timeout
+        while time.monotonic() < until:
+            writes, so_far = writelog.count(self.log), machine.commands()
+            for number in numbers_chosen(self._choice, [line for line, _ in so_far])[:1]:
+                if fits(so_far[number][1]):
+                    return so_far[number][0], writes
+            time.sleep(POLL_SECONDS)
+        raise MachineError(f"the updater ran no command that begins like {self._choice!r} within {timeout:g} s")
+
+
+def system_of_card(card, partition):
+    """The system on a partition of a card that is not in use, as archive.tree() tells of it."""
+    with tempfile.TemporaryDirectory() as folder:
+        card.copy_out(partition, folder)
+        return archive.tree(Path(folder))
+
+
+def system_of_archive(file):
+    """The system that an archive brings."""
+    with tempfile.TemporaryDirectory() as folder, tarfile.open(file) as members:
+        members.extractall(folder)
+        return archive.tree(Path(folder, "usr", "local"))
+
+
+def lacking(found, system):
+    """The files of a whole system that are missing in the one found, or different there."""
+    return sorted(name for name, file in system.items() if found.get(name) != file)
