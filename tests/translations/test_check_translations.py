@@ -30,7 +30,7 @@ ROOT = Path(__file__).resolve().parents[2]
     ("src/locale/language.h", "Ru,", "Ru,\n Eo", "src/locale/language.cpp: no locale code for Eo"),
     ("src/locale/language.cpp", "case De", "case Xx", "code for De & names are not in the order of src/locale/language.h"),
     ("src/locale/language.cpp", '("pt")', '("eo")', "_eo.ts: no such file & _pt.ts: no language of the program"),
-    ("docs/languages.md", "| 4 |", "| 14 |", "docs/languages.md: the table lacks | 4 | `fr` | `vrk & is | 14 | `fr` |"),
+    ("docs/languages.md", "| 4 |", "| 14 |", "docs/languages.md: the table lacks | 4 | `fr` | `vrk & the row | 14 | `fr` |"),
     ("src/locale/localemanager.cpp", "return {};", 'return QObject::tr("Stray");', "ApplicationController, QObject"),
 ])
 def test_fault_is_named(tmp_path, file, text, other, said):
