@@ -17,7 +17,8 @@ public:
     /// Adds a line of another kind; on any thread.
     static void note(const QString &line);
 
-    /// Shows a thread sanitizer, which sees none of Qt's locks, that this thread's work is before whatever follows take().
+    /// Shows a thread sanitizer, which sees none of Qt's locks, that this thread's work is before whatever follows
+    /// take().
     static void handOver();
 
     /// All lines so far, which are then forgotten.
