@@ -38,9 +38,9 @@ set -e
 mkdir -p {TRACES}
 echo {{version}} > /usr/local/{SETUP_TRACE}
 echo "set up {{version}}" >> {TRACES}/setup.log
-# What was written reaches the disk before /etc/fstab names this partition.
-sync
 """
+# What was written reaches the disk before /etc/fstab names this partition.
+SETUP_SYNC = "sync\n"
 
 ODD_NAMES = [
     "name with blanks.txt",
@@ -66,12 +66,12 @@ def write_system(folder, version, firmware_version, translations=None):
         shutil.copytree(translations, share / "translations")
 
 
-def write_update(root, version, firmware_version, translations=None, ballast_files=BALLAST_FILES):
+def write_update(root, version, firmware_version, translations=None, ballast_files=BALLAST_FILES, setup_syncs=True):
     """Fills root with "usr/local" for an update archive: a system, both scripts, some bulk."""
     folder = root / "usr" / "local"
     write_system(folder, version, firmware_version, translations)
     _write_script(folder / "bin" / "zepra-prepare-update.sh", PREPARE_SCRIPT.format(version=version))
-    _write_script(folder / "bin" / "zepra-setup.sh", SETUP_SCRIPT.format(version=version))
+    _write_script(folder / "bin" / "zepra-setup.sh", SETUP_SCRIPT.format(version=version) + SETUP_SYNC * setup_syncs)
     _write_odd_names(folder / "share" / "zentar" / "odd")
     (folder / "lib").mkdir()
     for number in range(ballast_files):
@@ -88,10 +88,10 @@ def pack(root, version, output):
     return Path(output, f"zepra_update_v{version}.tar.gz")
 
 
-def sample(build, ballast_files=BALLAST_FILES):
+def sample(build, ballast_files=BALLAST_FILES, setup_syncs=True):
     """The path of a sample archive with the build's translations; made when the build folder lacks it."""
     sources = [Path(__file__), MAKE_ARCHIVE, *sorted(build.translations.iterdir())]
-    content = b"".join(source.read_bytes() for source in sources) + bytes([ballast_files])
+    content = b"".join(source.read_bytes() for source in sources) + bytes([ballast_files, setup_syncs])
     folder = build.folder / "simulator" / "archives" / hashlib.sha256(content).hexdigest()[:12]
     archive = folder / f"zepra_update_v{OFFERED_VERSION}.tar.gz"
     if not archive.exists():
@@ -99,7 +99,7 @@ def sample(build, ballast_files=BALLAST_FILES):
         folder.mkdir(parents=True, exist_ok=True)
         with tempfile.TemporaryDirectory(dir=folder) as made:
             root = Path(made, "root")
-            write_update(root, OFFERED_VERSION, OFFERED_FIRMWARE, build.translations, ballast_files)
+            write_update(root, OFFERED_VERSION, OFFERED_FIRMWARE, build.translations, ballast_files, setup_syncs)
             pack(root, OFFERED_VERSION, made).replace(archive)
     return archive
 

@@ -122,6 +122,20 @@ def make_parser():
     operator.add_argument("--virtual", action="store_true",
                           help="a virtual screen even where $DISPLAY names one")
 
+    cuts = parser.add_argument_group("Power cuts (docs/power-cuts.md)")
+    cuts.add_argument("--power-cuts", nargs="?", choices=("all", "short"), const="all", metavar="short",
+                      help="a silent update, and then its card as a power cut leaves it: at each write and with "
+                      "any part of what was not flushed; short: before each flush, and 200 random parts")
+    cuts.add_argument("--setup-without-sync", action="store_true",
+                      help="the sample archive's setup script does not end with sync")
+    cuts.add_argument("--card-unit", type=int, choices=(512, 4096), metavar="BYTES", default=4096,
+                      help="what a card keeps or loses as one, 512 or %(default)s bytes")
+    cuts.add_argument("--card-without-flush", action="store_true",
+                      help="the card only claims to flush, so that it may lose all that a run has written")
+    cuts.add_argument("--seed", type=int, metavar="N", help="for the random parts (default: another each time)")
+    cuts.add_argument("--make-card", nargs=3, metavar=("RUN", "CUT", "FILE"),
+                      help="makes the card that a cut of the run in this folder left, with the --seed and --card-... options of that run")
+
     other = parser.add_argument_group("Other")
     other.add_argument("--build", type=Path, metavar="DIR",
                        help="a build folder to use as it is, without setting up and building")
@@ -143,6 +157,10 @@ def parse(arguments):
     options.program = options.program or (ARM_PROGRAM if options.arm else NATIVE_PROGRAM)
     if options.effects and not options.arm:
         parser.error("--effects goes with --arm only; other builds draw them always")
+    if options.setup_without_sync and (options.archive or not options.power_cuts):
+        parser.error("--setup-without-sync goes with --power-cuts and the sample archive")
+    if options.make_card and options.seed is None:
+        parser.error("--make-card needs the --seed of the run")
     if options.archive and not options.archive.is_file():
         parser.error(f"there is no archive {options.archive}")
     return options
@@ -153,9 +171,15 @@ def main():
     options = parse(sys.argv[1:])
 
     def run():
+        if options.make_card:
+            from .powercuts import make_card
+            return make_card(options)
         require_devices()
         folder = options.build.absolute() if options.build else make(*["--arm"] * options.arm)
         from .simulation import simulate  # What it imports may have been installed only now.
+        if options.power_cuts:
+            from .powercuts import sweep
+            return simulate(options, folder, sweep)
         return simulate(options, folder)
 
     return status_of(run, "simulate")

@@ -31,7 +31,7 @@ SYSTEM = "/usr/local"
 BOARD_FOLDER = "/var/lib/vrk-embedded-api"
 BOARD_STATE = "board.ini"
 FSTAB = "/etc/fstab"
-WRITE_LOG = "writes.log"
+CARD_BEFORE, WRITE_LOG = "card-before.img", "writes.log"
 SETTINGS, LIBRARY_SETTINGS = "/var/zepra/vrk-gui/settings.ini", "/etc/vrk-embedded-api.ini"
 VERSION_FILE = "share/zentar/version"
 
@@ -60,7 +60,7 @@ class Settings:
     failures: tuple = ()  # those that fail
     delays: dict = field(default_factory=dict)  # the seconds that each takes longer
     signal_at: tuple | None = None  # a signal's name, and the one that brings it
-    log_writes: bool = False  # to the card, in the run's folder (writelog.py)
+    log_writes: bool = False  # to the card, in the run's folder, where the card before is kept, too (writelog.py)
 
 
 class Instrument:
@@ -112,10 +112,9 @@ class Instrument:
         self.run_folder = self.new_run_folder()
         with contextlib.ExitStack() as power:
             if self.card:
-                logged = (power.enter_context(LoggedCard(self.card.image, self.run_folder / WRITE_LOG))
-                          if self.settings.log_writes else None)
+                logged = self._log_writes(power) if self.settings.log_writes else None
                 power.callback(self.card.detach)
-                self._devices = self.card.attach(logged and logged.file)
+                self._devices = self.card.attach(logged)
             self.root = RootFileSystem(self.folder / "memory", self._build.base)
             power.callback(self.root.close)
             self._mount_systems()
@@ -138,6 +137,11 @@ class Instrument:
 
     def __exit__(self, *_):
         self._power.close()
+
+    def _log_writes(self, power):
+        """Keeps the card as it is, and returns the file that stands for it while the power is on."""
+        subprocess.run(["cp", "--sparse=always", self.card.image, self.run_folder / CARD_BEFORE], check=True)
+        return power.enter_context(LoggedCard(self.card.image, self.run_folder / WRITE_LOG)).file
 
     def _mount_systems(self):
         if self.card:

@@ -24,17 +24,19 @@ from .watcher import Watcher
 
 AUTHORITY = "/opt/simulator/Xauthority"
 ROOM = 128 * MIB
+SMALL_BALLAST_FILES = 2
 PARTITION_FULL = re.compile(r"No space left on device|Wrote only \d+ of")  # tar says this of a file that fits in part
 
 
-def simulate(options, build_folder):
-    """Prepares a run and makes it; returns the exit status."""
+def simulate(options, build_folder, job=None):
+    """Prepares a run and makes it, or another job with the same arguments; returns the exit status."""
     build = (Build.arm(build_folder, options.program, options.effects) if options.arm
              else Build(build_folder, options.program))
     build.check()
     folder, _lock = open_folder(options.keep)
-    file = options.archive.absolute() if options.archive else archive.sample(build)
-    return run_isolated(lambda: run(options, build, folder, file))
+    file = options.archive.absolute() if options.archive else archive.sample(
+        build, SMALL_BALLAST_FILES if options.power_cuts else archive.BALLAST_FILES, not options.setup_without_sync)
+    return run_isolated(lambda: (job or run)(options, build, folder, file))
 
 
 def open_folder(kept, kind="simulator"):
@@ -83,15 +85,20 @@ def run(options, build, folder, file):
         path = instrument.plug_in(file)
         arguments = ["-u", path] if options.updater_arguments is None else options.updater_arguments
         arguments += ["--debug"] * options.debug + ["--silent"] * options.silent
-        findings = operate(instrument, arguments, options)
-        findings["mounted"] = instrument.mounted_partition()
-        findings["commands"] = instrument.commands()
-        note_moments(options, findings)
-        log = (instrument.run_folder / UPDATER_LOG).read_text(errors="replace")
-        findings["update"] = outcome(findings, log, instrument.root.path, options.fail)
+        findings = whole_run(instrument, arguments, options)
     findings |= {"before": before, "after": report.state(instrument)}
     report.write(findings, instrument.run_folder)
     return findings["exit_status"]
+
+
+def whole_run(instrument, arguments, options):
+    """Runs the updater in an instrument that is switched on; returns findings with the update's outcome."""
+    findings = operate(instrument, arguments, options)
+    findings["mounted"] = instrument.mounted_partition()
+    findings["commands"] = instrument.commands()
+    note_moments(options, findings)
+    log = (instrument.run_folder / UPDATER_LOG).read_text(errors="replace")
+    return findings | {"update": outcome(findings, log, instrument.root.path, options.fail)}
 
 
 def warn_of_small_card(instrument, wanted_mib, unpacked):

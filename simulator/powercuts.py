@@ -1,0 +1,202 @@
+"""Every power cut of an update: a run whose writes to the card are logged, and the card that each cut leaves."""
+
+import contextlib
+import json
+import random
+import shlex
+import shutil
+import tempfile
+import threading
+import time
+from dataclasses import asdict, dataclass, replace
+from pathlib import Path
+
+from . import archive, report
+from .card import MIB
+from .cuts import IN_ORDER, NOTHING, Cut, History, cuts_between_flushes, every_cut
+from .instrument import BOARD_STATE, CARD_BEFORE, DRIVE, WRITE_LOG, Instrument
+from .judge import MEMORY, NEW, Judge, look_at_all, verdict
+from .simulation import settings_of, whole_run
+
+BROKEN_STATUS = 1
+SHORT = "short"
+REPORT = "power-cuts.json"
+HEADINGS = {"running": "While this ran", "points": "Points", "old": "Whole old", "new": "Whole new", "broken": "Broken"}
+FLASH_MARK, END_MARK = "the board's flash", "the end, switching off"
+LEAST_PARTITION = 64 * MIB
+PARTS, SHORT_PARTS = 5, 200  # random parts: at each entry of the log, or in all
+POLL_SECONDS = 0.005
+LABEL_LENGTH, BROKEN_TOLD = 60, 10
+
+
+@dataclass
+class Row:
+    """What ran, and which systems the cuts meanwhile have left whole."""
+
+    running: str
+    points: int = 0
+    old: int = 0
+    new: int = 0
+    broken: int = 0
+
+
+def sweep(options, build, folder, file):
+    """Makes the update and its power cuts; returns 0 when each leaves a whole instrument, else BROKEN_STATUS.
+
+    Raises OSError when the update fails.
+    """
+    seed = random.randrange(1_000_000) if options.seed is None else options.seed
+    instrument = Instrument(folder, build, _settings(options, file))
+    before = report.state(instrument)
+    findings = _update(instrument, file, options)
+    findings |= {"before": before, "after": report.state(instrument)}
+    report.write(findings, instrument.run_folder)
+    if findings["exit_status"] != 0 or findings["after"]["partition"] == before["partition"]:
+        raise OSError("the update has failed, so there are no power cuts of it to look at")
+
+    history = _history(instrument.run_folder, seed, options)
+    cuts = cuts_between_flushes(history, SHORT_PARTS, seed) if options.power_cuts == SHORT else every_cut(history, PARTS)
+    print(f"\n{len(cuts)} power cuts at {len(history.entries)} writes, flushes and marks, seed {seed}", flush=True)
+    found = _judged(instrument, history, cuts, findings)
+    found |= {"seed": seed, "options": f"--seed {seed} --card-unit {options.card_unit}"
+              + " --card-without-flush" * options.card_without_flush}
+    again = _start_after_flash_cut(instrument, history, file, options, build)
+    if not again and before["board"] != findings["after"]["board"]:
+        raise OSError("the board's flash was not seen, so there is no cut in it to look at")
+    found |= {"start_after_flash_cut": again, "well": again is None or _went_well(again, findings)}
+    (instrument.run_folder / REPORT).write_text(json.dumps(found, indent=2) + "\n")
+    return _tell(found, instrument.run_folder)
+
+
+def make_card(options):
+    """Makes the card that a cut has left in a run, as --make-card asks for it."""
+    run, cut, image = Path(options.make_card[0]), Cut.parse(options.make_card[1]), options.make_card[2]
+    history = _history(run, options.seed, options)
+    if cut.position > len(history.entries):
+        raise OSError(f"the log of {run} has only {len(history.entries)} entries")
+    history.make_card(run / CARD_BEFORE, cut, image)
+    print(f"{image}: the card after the cut {cut}, while this ran: {history.mark(cut.position)[1]}")
+    return 0
+
+
+def _history(run, seed, options):
+    return History(run / WRITE_LOG, seed, options.card_unit, not options.card_without_flush)
+
+
+def _settings(options, file):
+    """Those of a run, with a card that is no larger than the archive needs, so that looking at it is quick."""
+    unpacked = archive.unpacked_bytes(file)
+    settings = settings_of(options, unpacked)
+    if not options.partition_size:
+        settings = replace(settings, partition_bytes=(LEAST_PARTITION + unpacked * 9 // 8) // MIB * MIB)
+    return replace(settings, log_writes=True)
+
+
+def _update(instrument, file, options):
+    """One silent update; returns findings about the run."""
+    with instrument:
+        with _flash_seen(instrument):
+            findings = whole_run(instrument, ["-u", instrument.plug_in(file), "--silent"], options)
+        instrument.mark(END_MARK)
+    return findings
+
+
+@contextlib.contextmanager
+def _flash_seen(instrument):
+    """Meanwhile marks the beginning of the board's flash, and keeps what a cut in it would leave of the board."""
+    ended = threading.Event()
+
+    def watch():
+        while not ended.wait(POLL_SECONDS):
+            if not instrument.board_version():
+                shutil.copy(instrument.folder / "board" / BOARD_STATE, instrument.run_folder)
+                instrument.mark(FLASH_MARK)
+                return
+
+    watcher = threading.Thread(target=watch)
+    watcher.start()
+    try:
+        yield
+    finally:
+        ended.set()
+        watcher.join()
+
+
+def _judged(instrument, history, cuts, findings):
+    """The rows of the table, and what is wrong where something is."""
+    started, run = time.monotonic(), instrument.run_folder
+    old, new = (findings[when]["partition"] for when in ("before", "after"))
+    with tempfile.TemporaryDirectory(dir=MEMORY) as memory:
+        judge = Judge(history, instrument.card, run / CARD_BEFORE, Path(memory))
+        systems = {old: judge.system(old, Cut(0, NOTHING)), new: judge.system(new, Cut(len(history.entries), IN_ORDER))}
+    found, contents = look_at_all(history, cuts, instrument.card, run / CARD_BEFORE, systems)
+    rows, broken = {}, []
+    for cut, of_partitions in zip(cuts, found):
+        system, faults = verdict(of_partitions, old)
+        number, running = history.mark(cut.position)
+        row = rows.setdefault(number, Row(running.replace(f"{DRIVE}/", "")))
+        row.points += 1
+        if faults:
+            row.broken += 1
+            broken.append({"cut": str(cut), "running": row.running, "faults": faults})
+        elif system == NEW:
+            row.new += 1
+        else:
+            row.old += 1
+    return {"rows": [asdict(row) for row in rows.values()], "broken": broken, "contents": contents,
+            "seconds": round(time.monotonic() - started, 1)}
+
+
+def _start_after_flash_cut(instrument, history, file, options, build):
+    """Cuts the power at a random moment of the board's flash and starts again with the same drive.
+
+    Returns what came of that; None when the board was not flashed.
+    """
+    positions = [position for position in range(len(history.entries) + 1) if history.mark(position)[1] == FLASH_MARK]
+    if not positions:
+        return None
+    cut = Cut(random.Random(history.seed).choice(positions), IN_ORDER)
+    folder = instrument.run_folder / "after-flash-cut"
+    (folder / "board").mkdir(parents=True)
+    shutil.copy(instrument.folder / "instrument.json", folder)
+    shutil.copy(instrument.run_folder / BOARD_STATE, folder / "board")
+    again = Instrument(folder, build, instrument.settings)
+    history.make_card(instrument.run_folder / CARD_BEFORE, cut, again.card.image)
+    board = again.board_version()
+    findings = _update(again, file, options)
+    return {"cut": str(cut), "board": board, "exit_status": findings["exit_status"], "after": report.state(again)}
+
+
+def _went_well(again, findings):
+    """Whether that start has flashed the board again, and the new system is now on the other partition."""
+    wanted = {"partition": findings["before"]["partition"], "version": findings["after"]["version"],
+              "board": findings["after"]["board"]}
+    return again["exit_status"] == 0 and not again["board"] and wanted.items() <= again["after"].items()
+
+
+def _tell(found, run):
+    """Prints the table and what is broken; returns the exit status."""
+    rows, broken, again = found["rows"], found["broken"], found["start_after_flash_cut"]
+    numbers = [key for key in rows[0] if key != "running"]
+    total = {"running": "in all"} | {key: sum(row[key] for row in rows) for key in numbers}
+    print()
+    for row in [HEADINGS, dict.fromkeys(numbers, "---:") | {"running": "---"}, *rows, total]:
+        print(f"| {_label(row['running']):{LABEL_LENGTH}} | {' | '.join(f'{row[key]:>9}' for key in numbers)} |")
+    print(f"\n{found['contents']} different contents of partitions were looked at in {found['seconds']} s")
+    if again:
+        after = again["after"]
+        print(f"next start after the cut {again['cut']} in the board's flash: {'well' if found['well'] else 'NOT WELL'}; board "
+              f"{again['board'] or 'without firmware'} -> {after['board']}, {after['version']} on {after['partition']}")
+    for cut in broken[:BROKEN_TOLD]:
+        print(f"\nbroken by the cut {cut['cut']}, while this ran: {cut['running']}")
+        print("\n".join(f"    {fault}" for fault in cut["faults"]))
+        print(f"    this card: ./simulate --make-card {shlex.quote(str(run))} {cut['cut']} FILE {found['options']}")
+    if len(broken) > BROKEN_TOLD:
+        print(f"\n{len(broken) - BROKEN_TOLD} more broken ones are in {run / REPORT}")
+    return BROKEN_STATUS if broken or not found["well"] else 0
+
+
+def _label(text):
+    """A command line as a table in Markdown can hold it."""
+    text = text.replace("|", "\\|")
+    return text if len(text) <= LABEL_LENGTH else f"{text[:LABEL_LENGTH - 1]}…"
