@@ -1,14 +1,20 @@
 """Brings the real program's screens about and takes pictures of them: tools/make-gallery.
 
-Without options it brings the pictures of the README up to date: docs/images/*.png. One that shows the same
-as before stays as it is. With --languages it writes FOLDER/<locale>.png for each language instead: what is
-written on each of its screens, two in a row. Two errors are missing, which cannot be brought about: that
-the back end is not reached, and that the board's firmware file vanishes.
+Without options it brings the pictures of the README up to date, docs/images/*: those of the emulated
+instrument in a successful update, which also becomes a moving picture, and with a corrupt archive. A still
+picture that shows the same as before stays as it is. With --languages it writes FOLDER/<locale>.png for
+each language instead, from the simulated instrument: what is written on each of its screens, two in a row.
+Two errors are missing, which cannot be brought about: that the back end is not reached, and that the
+board's firmware file vanishes.
 """
 
 import argparse
 import itertools
+import json
+import os
+import subprocess
 import sys
+import tempfile
 import time
 from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
@@ -30,7 +36,7 @@ REACTION_SECONDS = 0.3
 PATIENCE_SECONDS = 60
 IMAGES = SOURCES / "docs" / "images"
 TOLERANCE = 8
-SAME_PIXELS = 50  # and fewer differ more than that between two pictures of the same screen
+SAME_PIXELS = 100  # and fewer differ more than that between two pictures of the same screen
 WRITTEN_PARTS = ((130, 264), (432, 480))
 SHEET_COLUMNS = 2
 WORKERS = 2
@@ -83,9 +89,9 @@ SCENES = {
     "board": Scene((YES, ERROR, LEAVING), Settings(board_result=58, page_ms=2)),
 }
 
-# The pictures of the README, and the scenes that they come from.
-KEPT = {"welcome": "update", "confirm": "update", "checking": "update", "installing": "update", "final": "update",
-        "error": "corrupt"}
+# The pictures of the README: of an update, and of one with a corrupt archive.
+OF_UPDATE, OF_CORRUPT_ARCHIVE = ("welcome", "confirm", "checking", "installing", "final"), ("error",)
+FILM = IMAGES / "update.gif"
 
 
 def take(scene, build, language=1, size=SMALLEST):
@@ -105,12 +111,17 @@ def take(scene, build, language=1, size=SMALLEST):
 
 
 def small(picture):
-    """A picture with a palette: half of it are greys, the other half the most frequent colours."""
+    """A picture with a palette of its own."""
+    return picture.quantize(palette=palette(picture), dither=Image.Dither.NONE)
+
+
+def palette(picture):
+    """A palette for a picture: half of it are greys, the other half the most frequent colours."""
     frequent = sorted(picture.getcolors(picture.width * picture.height), reverse=True)
     colours = [colour for _, colour in frequent if max(colour) - min(colour) > 8][:128]
-    palette = Image.new("P", (1, 1))
-    palette.putpalette([*(level for grey in range(128) for level in [2 * grey] * 3), *itertools.chain(*colours)])
-    return picture.quantize(palette=palette, dither=Image.Dither.NONE)
+    made = Image.new("P", (1, 1))
+    made.putpalette([*(level for grey in range(128) for level in [2 * grey] * 3), *itertools.chain(*colours)])
+    return made
 
 
 def unlike(picture, kept):
@@ -145,14 +156,30 @@ def save(picture, path):
     print(f"{path}  {path.stat().st_size / 1024:.0f} KB", flush=True)
 
 
-def make_gallery(build):
-    taken = {scene: take(scene, build) for scene in set(KEPT.values())}
-    for name, scene in KEPT.items():
-        path, picture = IMAGES / f"{name}.png", taken[scene][name]
-        if path.exists() and unlike(picture, Image.open(path)) <= SAME_PIXELS:
-            print(f"{path}  as before")
-        else:
-            save(picture, path)
+def make_gallery():
+    with tempfile.TemporaryDirectory() as folder:
+        corrupt = Path(folder, os.path.basename(CORRUPT_ARCHIVE))
+        corrupt.write_text("no archive")
+        for names, options in ((OF_UPDATE, ["--film", FILM]), (OF_CORRUPT_ARCHIVE, ["--archive", corrupt])):
+            taken = emulated(Path(folder, names[0]), *options)
+            for name in names:
+                renew(IMAGES / f"{name}.png", taken[name])
+    print(f"{FILM}  {FILM.stat().st_size / 1024:.0f} KB")
+
+
+def emulated(folder, *options):
+    """The pictures of an update of the emulated instrument, by their names."""
+    subprocess.run([SOURCES / "emulate", "--keep", folder, *options], check=True)
+    findings = json.loads(Path(folder, "latest", "report.json").read_text())
+    return {screen["name"]: Image.open(screen["picture"]).convert("RGB") for screen in findings["screens"]}
+
+
+def renew(path, picture):
+    """Saves a picture in the place of one that shows something else."""
+    if path.exists() and unlike(picture, Image.open(path)) <= SAME_PIXELS:
+        print(f"{path}  as before", flush=True)
+    else:
+        save(picture, path)
 
 
 def make_sheets(build, locales, folder):
@@ -175,16 +202,19 @@ def main():
     parser.add_argument("--only", metavar="LOCALE,...", help="only the sheets of these languages")
     parser.add_argument("--build", type=Path, default=SOURCES / "build" / "dev", help="the build folder (build/dev)")
     options = parser.parse_args()
-    build = Build(options.build.absolute())
-    locales = options.only.split(",") if options.only else LOCALES
     try:
-        require_screen()
-        build.check()
-    except (NotPossible, OSError) as error:
+        return languages(options) if options.languages else make_gallery() or 0
+    except (NotPossible, OSError, subprocess.SubprocessError) as error:
         print(f"make-gallery: {error}", file=sys.stderr)
         return NOT_POSSIBLE if isinstance(error, NotPossible) else 1
-    return run_isolated(
-        lambda: (make_sheets(build, locales, options.languages) if options.languages else make_gallery(build)) or 0)
+
+
+def languages(options):
+    build = Build(options.build.absolute())
+    require_screen()
+    build.check()
+    locales = options.only.split(",") if options.only else LOCALES
+    return run_isolated(lambda: make_sheets(build, locales, options.languages) or 0, "make-gallery")
 
 
 if __name__ == "__main__":

@@ -33,6 +33,8 @@ BOARD_STATE = "board.ini"
 FSTAB = "/etc/fstab"
 CARD_BEFORE, WRITE_LOG = "card-before.img", "writes.log"
 SETTINGS, LIBRARY_SETTINGS = "/var/zepra/vrk-gui/settings.ini", "/etc/vrk-embedded-api.ini"
+# On the instrument 12 points are 17 pixels high, with any platform plugin.
+CONTROLS_SETTINGS, LARGE_TEXTS = "/etc/qtquickcontrols2.conf", "[Default]\nFont\\PixelSize=17\n"
 VERSION_FILE = "share/zentar/version"
 
 ROOT_BYTES = 32 * MIB
@@ -165,7 +167,7 @@ class Instrument:
             "[state]", f"file={BOARD_FOLDER}/{BOARD_STATE}", ""])}
 
     def _write_configuration(self):
-        for path, text in self._configuration().items():
+        for path, text in (*self._configuration().items(), (CONTROLS_SETTINGS, LARGE_TEXTS)):
             self.root.write(path, text)
         for name, path in (("board", BOARD_FOLDER), ("data", archive.TRACES), (self.run_folder, faults.LOG_FOLDER)):
             self.root.bind(self.folder / name, path)
@@ -194,7 +196,8 @@ class Instrument:
     def start_updater(self, arguments, environment, output):
         """Starts the updater as the instrument would; returns the process, which ends with this thread."""
         variables = {"PATH": SEARCH_PATH, "HOME": "/root", "LANG": "C.UTF-8", "XDG_RUNTIME_DIR": "/run",
-                     "LD_LIBRARY_PATH": LIBRARIES, **self._build.environment, **environment}
+                     "LD_LIBRARY_PATH": LIBRARIES, "QT_QUICK_CONTROLS_CONF": CONTROLS_SETTINGS,
+                     **self._build.environment, **environment}
         start = ["env", "-i", *(f"{name}={value}" for name, value in variables.items()), PROGRAM, *arguments]
         return subprocess.Popen([*WITH_PARENT, *self.root.command(*start)],
                                 stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)

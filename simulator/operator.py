@@ -7,7 +7,6 @@ from dataclasses import dataclass
 from .screen import ScreenError
 
 POLL_SECONDS = 0.1
-REACTION_SECONDS = 0.3
 SCREENS = ("loaded", "welcome", "confirm", "checking", "installing", "final", "error", "end", "leaving")
 ENDINGS = ("final", "error", "end")
 
@@ -69,15 +68,16 @@ class Operator:
     `pictures` is a folder for a picture of each screen as it last stood, `answer` is "yes", "no" or,
     when somebody else operates, None. `hooks` maps a screen's name to a function that is called, without
     arguments, when that screen has come and before it is acted on; "stopped" is when the operator cannot
-    go on. `patience` is how many seconds nothing may change before that becomes a remark. `passed` and
+    go on. `reaction` is how many seconds each screen is looked at before it is acted on, and `patience`
+    how many nothing may change before that becomes a remark. `passed` and
     `remarks` (plain words on what went wrong) grow meanwhile, and `answered` becomes the answer that was
     given. The watching ends with it.
     """
 
-    def __init__(self, watcher, pictures=None, answer="yes", hooks=None, patience=60.0):
+    def __init__(self, watcher, pictures=None, answer="yes", hooks=None, patience=60.0, reaction=0.3):
         self.passed, self.remarks, self.answered = [], [], None
         self._watcher, self._pictures = watcher, pictures
-        self._answer, self._hooks, self._patience = answer, hooks or {}, patience
+        self._answer, self._hooks, self._patience, self._reaction = answer, hooks or {}, patience, reaction
         self._recogniser = Recogniser()
         self._name = self._shot = None
         self._started = time.monotonic()
@@ -122,7 +122,7 @@ class Operator:
 
     def _act(self, name):
         control = self._answer if name == "confirm" else "button" if name in ENDINGS else None
-        if None in (control, self._answer) or self._stopping.wait(REACTION_SECONDS):
+        if None in (control, self._answer) or self._stopping.wait(self._reaction):
             return
         if self._recogniser.name(self._watcher.shots[-1].view) != name:
             return

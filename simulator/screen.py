@@ -124,6 +124,7 @@ class Screen(TouchedScreen):
     def environment(self):
         """What the environment of a program on this screen needs besides the usual."""
         return {"DISPLAY": self.display, "QT_QPA_PLATFORM": "xcb", "LIBGL_ALWAYS_SOFTWARE": "1",
+                "QSG_DISTANCEFIELD_ANTIALIASING": "gray",  # as Qt chooses on OpenGL ES
                 "QT_QPA_GENERIC_PLUGINS": self.panel.plugin}
 
     def arguments(self):

@@ -39,6 +39,7 @@ def parse(arguments):
     parser.add_argument("--seed", type=int, metavar="N", help="of the moment of the cut, and what it leaves")
     parser.add_argument("--window", action="store_true",
                         help="shows the instrument in a window, or by VNC where there is no display; you are the operator")
+    parser.add_argument("--film", type=Path, metavar="FILE", help="also keeps the run as a moving picture (GIF)")
     parser.add_argument("--keep", type=Path, metavar="DIR",
                         help="keeps the instrument in DIR, and each run's log, pictures and report; a later run "
                         "with this DIR goes on with it (default: a new one in build/emulator/last)")
@@ -48,6 +49,10 @@ def parse(arguments):
     options = parser.parse_args(arguments)
     if options.archive and not options.archive.is_file():
         parser.error(f"there is no archive {options.archive}")
+    if options.film and not options.film.absolute().parent.is_dir():
+        parser.error(f"there is no folder for {options.film}")
+    if options.seed is not None and not options.cut:
+        parser.error("--seed goes with --cut only")
     return options
 
 

@@ -8,23 +8,27 @@ import time
 from .. import archive, report
 from ..build import ARM_PROGRAM, Build, arm_root, require_emulator
 from ..instrument import Settings
+from ..judge import difference
 from ..namespaces import run_isolated
 from ..operator import Operator
-from ..outcome import outcome
+from ..outcome import Outcome, outcome
 from ..run import qml_faults
 from ..screen import SMALLEST
 from ..simulation import open_folder, partition_bytes_for
 from ..watcher import Watcher
+from .film import Film
 from .images import make_drive, prepare
 from .instrument import UP, EmulatedInstrument
 from .machine import Machine
-from .powercut import CutOff, lacking, system_of_archive, system_of_card
+from .powercut import CutOff, system_of_archive, system_of_card
 from .screen import EmulatedScreen
 
 BOOT_SECONDS, UPDATE_SECONDS = 300, 900
 PATIENCE_SECONDS = 240
+REACTION_SECONDS = 2
 SETTLED_SECONDS = 1
 FAILED = 1
+NEVER_ENDED = Outcome("unknown", reason="the launcher did not say that the updater ended")
 
 LAUNCHER_STATUS = re.compile(r"^vrk-updater-launch: status (\d+)", re.MULTILINE)
 WINDOW_MODULE, WINDOW_PACKAGE = "/usr/lib/*/qemu/ui-gtk.so", "qemu-system-gui"
@@ -63,26 +67,30 @@ class Emulation:
         self._drive = self._folder / "drive.img"
         self._archive = (options.archive or self._images.archive).absolute()
         self._display = display(options.window)
+        self._film = Film() if options.film else None
         self._boots = []
 
     def run(self):
         """The whole of it; returns 0 when the instrument came up each time as it should."""
         make_drive(self._drive, self._archive)
         before, started = report.state(self._instrument), time.monotonic()
-        old = system_of_card(self._instrument.card, before["partition"])
+        old = system_of_card(self._instrument.card, before["partition"]) if self._options.cut else None
         cut = self._cut_off() if self._options.cut else None
         update = self._boot(self._update, self._drive)
         last = self._boot(self._look)
         self._drive.unlink()
+        if self._film:
+            self._film.save(self._options.film)
         if cut:
-            system = old if update["partition"] == before["partition"] else system_of_archive(self._archive)
-            cut.lacking = lacking(system_of_card(self._instrument.card, update["partition"]), system)
-            update["remarks"] += [f"the power cut has left a system without {name}" for name in cut.lacking]
+            expected = old if update["partition"] == before["partition"] else system_of_archive(self._archive)
+            found = system_of_card(self._instrument.card, update["partition"])
+            cut.fault = difference(expected, {name: found[name] for name in found.keys() & expected.keys()})
+            update["remarks"] += [f"the power cut has left a broken system: {cut.fault}"] * bool(cut.fault)
         report.write(update | {"cut": cut, "boots": self._boots, "seconds": round(time.monotonic() - started, 1),
                                "mounted": last["partition"], "before": before,
                                "after": report.state(self._instrument)}, self._folder)
         changed, succeeded = last["partition"] != update["partition"], update["update"].result == "succeeded"
-        return 0 if changed == succeeded and not (cut and cut.lacking) else FAILED
+        return 0 if changed == succeeded and not (cut and cut.fault) else FAILED
 
     def _cut_off(self):
         """Boots for an update that a power cut ends; returns the PowerCut."""
@@ -102,17 +110,17 @@ class Emulation:
         for folder in (log, pictures):
             folder.mkdir(parents=True)
         with (Machine(self._images, self._instrument.card.image, drive, log, SMALLEST, self._display, writes) as machine,
-              EmulatedScreen(machine) as screen, Watcher(screen) as watcher):
+              EmulatedScreen(machine, film=self._film) as screen, Watcher(screen) as watcher):
             answer = None if self._options.window else self._options.answer
-            with Operator(watcher, pictures, answer, {"final": machine.unplug_drive}, PATIENCE_SECONDS) as operator:
+            with Operator(watcher, pictures, answer, {"final": machine.unplug_drive}, PATIENCE_SECONDS,
+                          REACTION_SECONDS) as operator:
                 boot = self._come_up(machine)
                 act(machine)
         console, status = machine.console(), LAUNCHER_STATUS.search(machine.console())
         boot |= {"screens": [vars(passed) for passed in operator.passed], "answer": operator.answered, "signal": None,
                  "commands": machine.commands(), "exit_status": int(status[1]) if status else None,
                  "remarks": operator.remarks + [f"the QML engine complained: {line}" for line in qml_faults(console)]}
-        if status:
-            boot["update"] = outcome(boot, console)
+        boot["update"] = outcome(boot, console) if status else NEVER_ENDED
         if not operator.passed:
             screen.picture().save(pictures / "up.png")
         self._boots.append(boot)

@@ -9,10 +9,11 @@ import random
 import tarfile
 import tempfile
 import time
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 from pathlib import Path
 
 from .. import archive, writelog
+from ..cuts import IN_ORDER, Cut, History
 from ..faults import numbers_chosen
 from .instrument import copy_image
 from .machine import MachineError
@@ -28,7 +29,7 @@ class PowerCut:
     seed: int
     kept: int = 0
     writes: int = 0
-    lacking: list = field(default_factory=list)  # files of the system that was in use at the next start
+    fault: str | None = None  # of the system that was in use at the next start
 
     def __str__(self):
         return f"after {self.kept} of {self.writes} sectors written while {self.command!r} ran; --seed {self.seed} cuts alike"
@@ -49,15 +50,13 @@ class CutOff:
         line, first = self._wait(machine, timeout, lambda _: True)
         self._wait(machine, timeout, lambda status: status is not None)
         machine.cut_power()
-        entries = writelog.read(self.log)
-        position = random.Random(self._seed).randint(first, len(entries))
-        with open(self._before, "r+b") as image:
-            for entry in entries[:position]:
-                image.seek(entry.offset)
-                image.write(entry.data)
-        self._before.rename(self._card.image)
+        history = History(self.log, self._seed)
+        last = len(history.entries)
+        position = random.Random(self._seed).randint(first, last)
+        history.make_card(self._before, Cut(position, IN_ORDER), self._card.image)
+        self._before.unlink()
         self.log.unlink()
-        return PowerCut(line, self._seed, position - first, len(entries) - first)
+        return PowerCut(line, self._seed, position - first, last - first)
 
     def _wait(self, machine, timeout, fits):
         """Waits for the chosen command with a fitting status; returns its line, and how many writes there were before."""
@@ -83,8 +82,3 @@ def system_of_archive(file):
     with tempfile.TemporaryDirectory() as folder, tarfile.open(file) as members:
         members.extractall(folder)
         return archive.tree(Path(folder, "usr", "local"))
-
-
-def lacking(found, system):
-    """The files of a whole system that are missing in the one found, or different there."""
-    return sorted(name for name, file in system.items() if found.get(name) != file)

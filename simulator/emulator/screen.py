@@ -13,12 +13,12 @@ TABLET_RANGE = 0x7FFF
 
 
 class EmulatedScreen(TouchedScreen):
-    """The screen of a Machine that is switched on; a context."""
+    """The screen of a Machine that is switched on; a context. `film` takes what is seen by frames(), if there is one."""
 
-    def __init__(self, machine, size=SMALLEST):
+    def __init__(self, machine, size=SMALLEST, film=None):
         self.size = self.width, self.height = size
         self.panel = TouchPanel(machine.monitor, size)
-        self._monitor = machine.monitor
+        self._monitor, self._film = machine.monitor, film
         self._header = b"P6\n%d %d\n255\n" % size
         self._last = bytes(3 * self.width * self.height)
 
@@ -42,8 +42,14 @@ class EmulatedScreen(TouchedScreen):
     def frames(self, stopping):
         """Yields pixels() several times a second, until the event `stopping` is set; then once more."""
         while not stopping.wait(POLL_SECONDS):
-            yield self.pixels()
-        yield self.pixels()
+            yield self._filmed()
+        yield self._filmed()
+
+    def _filmed(self):
+        pixels = self.pixels()
+        if self._film:
+            self._film.add(self.picture_of(pixels))
+        return pixels
 
     def picture_of(self, pixels):
         """The RGB picture of such bytes."""
