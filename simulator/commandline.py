@@ -9,6 +9,7 @@ from pathlib import Path
 
 from .build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, NotPossible, make, require_devices
 from .languages import LOCALES
+from .screen_names import SIGNAL_SCREENS
 
 OWN_FAILURE = 125
 SIGNALS = ("TERM", "INT", "KILL")
@@ -18,7 +19,8 @@ Builds the updater and runs it in a simulated instrument: a private root file sy
 system partitions, a measurement board and a USB drive with an update archive, which is really
 installed. With a display ($DISPLAY) the window opens there; without one the updater runs on a
 virtual screen, where an automatic operator answers yes, presses Reboot and takes a picture of each
-screen. At the end it says what became of the update, and why. Needs root. Nothing outside is changed."""
+screen that it sees. At the end it says what became of the update, and why. Needs root. Nothing outside
+is changed."""
 
 EPILOG = """\
 The updater's arguments behind "--" take the place of "-u <archive>".
@@ -61,7 +63,8 @@ def signal_at_moment(text):
     """NAME@MOMENT as a pair of the signal's name and the moment."""
     name, _, moment = text.partition("@")
     if name not in SIGNALS or not moment:
-        raise argparse.ArgumentTypeError(f"{text!r} is not one of {', '.join(SIGNALS)}, @, and a moment")
+        raise argparse.ArgumentTypeError(f"{text!r} is not one of {', '.join(SIGNALS)}, @, and a screen or how a "
+                                         'command begins, as "TERM@confirm"')
     return name, command(moment)
 
 
@@ -90,8 +93,8 @@ def make_parser():
                         help="with --arm: complete screens, which take several times as long")
 
     made = parser.add_argument_group("The instrument, when it is made")
-    made.add_argument("--running-version", metavar="V", default="3.4.0", help="of the system in use (%(default)s)")
-    made.add_argument("--board-version", metavar="V", default="2.06", help="of the board's firmware (%(default)s)")
+    made.add_argument("--running-version", metavar="V", help="of the system in use (3.4.0)")
+    made.add_argument("--board-version", metavar="V", help="of the board's firmware (2.06)")
     made.add_argument("--partition-size", type=mebibytes, metavar="MIB",
                       help="of both system partitions (512, or what the archive needs and some room)")
 
@@ -103,7 +106,7 @@ def make_parser():
                             metavar="STATE", help="the measurement board: absent or connected (%(default)s)")
     instrument.add_argument("--board-result", type=int, metavar="CODE", default=0,
                             help="what flashing ends with, for example 58 (0: success)")
-    instrument.add_argument("--language", type=int, metavar="N", default=1,
+    instrument.add_argument("--language", type=int, choices=range(1, len(LOCALES) + 1), metavar="N", default=1,
                             help=f"language number of the settings, 1 to {len(LOCALES)} (1: English)")
     instrument.add_argument("--fail", type=command, action="append", default=[], metavar="COMMAND",
                             help='commands of the updater that begin like this fail: "mount /dev"; only the second '
@@ -115,8 +118,9 @@ def make_parser():
     operator.add_argument("--answer", choices=("yes", "no"), default="yes", metavar="yes|no",
                           help="to the question (%(default)s)")
     operator.add_argument("--signal", type=signal_at_moment, metavar="NAME@MOMENT",
-                          help="sends the updater a signal when a screen comes (TERM@confirm), or before the first "
-                          'command that begins like this: "TERM@tar xvzf"')
+                          help="sends the updater TERM, INT or KILL when a screen comes, as TERM@confirm (of "
+                          f"{', '.join(SIGNAL_SCREENS)}), or before the first command that begins like this: "
+                          '"TERM@tar xvzf"')
     operator.add_argument("--size", type=screen_size, metavar="WxH", default=(800, 480),
                           help="of the screen (800x480)")
     operator.add_argument("--virtual", action="store_true",
@@ -161,6 +165,8 @@ def parse(arguments):
         parser.error("--setup-without-sync goes with --power-cuts and the sample archive")
     if options.make_card and options.seed is None:
         parser.error("--make-card needs the --seed of the run")
+    if options.silent and options.answer == "no":
+        parser.error("--answer no does not go with --silent, where nothing is asked")
     if options.archive and not options.archive.is_file():
         parser.error(f"there is no archive {options.archive}")
     return options

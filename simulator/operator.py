@@ -5,10 +5,9 @@ import time
 from dataclasses import dataclass
 
 from .screen import ScreenError
+from .screen_names import ENDINGS
 
 POLL_SECONDS = 0.1
-SCREENS = ("loaded", "welcome", "confirm", "checking", "installing", "final", "error", "end", "leaving")
-ENDINGS = ("final", "error", "end")
 
 
 class Recogniser:
@@ -19,7 +18,7 @@ class Recogniser:
         self._upper = self._welcome = None
 
     def name(self, view):
-        """One of SCREENS, or "blank" where nothing of the updater is to be seen.
+        """One of screen_names.SCREENS, or "blank" where nothing of the updater is to be seen.
 
         "end" is a final or an error screen whose texts cannot be read.
         """

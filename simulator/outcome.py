@@ -1,15 +1,19 @@
 """What became of an update, told from what a run shows and leaves behind; what that does not tell stays open."""
 
+import os
 import re
 import signal
 from dataclasses import dataclass, replace
 from pathlib import Path
 
 from .faults import numbers_chosen
-from .operator import ENDINGS
+from .screen_names import ENDINGS
 
-FIRMWARE_FOLDER = "usr/local/share/zentar/atmega"
+SYSTEM = "usr/local"
+FIRMWARE_FOLDER = f"{SYSTEM}/share/zentar/atmega"
 FIRMWARE_NAME = re.compile(r"ZEPRA_AFW_.*\.hex", re.IGNORECASE)
+
+ARCHIVE_TEST = "gzip -t"
 
 # What the updater writes when it has come so far.
 LIBRARY_READY = "VRK_Status: "
@@ -21,6 +25,9 @@ BOARD_DONE = ("ATMEGA Firmware upgrade successfully", "Versions are the same, ig
               "Measurement board not connected, ignoring ATMEGA update")
 SILENT_END = "Update finished successfully, please reboot the device"
 FLASH_FAILED = re.compile(r"Error upgrading firmware\. Error return:  (-?\d+)\n(.*)")
+SCRIPT_FAILED = re.compile("CSetup script failed|prepare setup failed")
+PROGRESS = "Progress update: "  # which another thread writes between a command's lines
+LIBRARY_ERROR = re.compile(r" ERROR \[.*?\] (.+)")  # as the substitute of the instrument library writes it
 
 # Its words on the screen, in English whatever the language.
 NO_LIBRARY = "Failed to initialize VRK library"
@@ -31,6 +38,8 @@ BROKEN = "Error upgrading firmware"
 NOT_FLASHED = "Error upgrading measurement board firmware"
 WORDS = (NO_LIBRARY, NO_DRIVE, MISSING, CORRUPT, BROKEN, NOT_FLASHED)
 
+DEAF = ": while a command runs it is deaf to SIGINT"
+
 
 @dataclass(frozen=True)
 class Outcome:
@@ -39,7 +48,7 @@ class Outcome:
     `result` is "succeeded", "failed", "refused" (by the operator), "stopped by SIGTERM" (or another signal),
     "not begun" (where nobody watched why) or "unknown". `at` is where that was: a command line, a screen or
     plain words; `exit_status` that of the command line; `words` what the error screen says, and `reason` why
-    it came.
+    it came; `last_command` the last that began before the update was stopped.
     """
 
     result: str
@@ -47,11 +56,13 @@ class Outcome:
     exit_status: int | None = None
     words: str | None = None
     reason: str | None = None
+    last_command: str | None = None
 
     def __str__(self):
         """In one line, without the reason."""
         status = f" (exit status {self.exit_status})" if self.exit_status is not None else ""
         return (self.result + (f" at: {self.at}{status}" if self.at else "")
+                + (f"; last command: {self.last_command}" if self.last_command else "")
                 + (f'; on the screen: "{self.words}"' if self.words else ""))
 
 
@@ -67,14 +78,14 @@ def outcome(findings, log, root=None, failures=()):
     screens = {screen["name"] for screen in findings["screens"]}
     over = bool(screens.intersection(ENDINGS)) if screens else not asked_to_end
     if status not in (0, 1):
-        return _killed(status, asked_to_end)
+        return _killed(status, findings)
     installed = any(line.startswith("sed -i") and ended == 0 for line, ended in findings["commands"])
     if installed and (SILENT_END in log or (over and any(text in log for text in BOARD_DONE))):
         return Outcome("succeeded")
     if not findings["commands"] and findings["answer"] == "no":
         return Outcome("refused")
-    if asked_to_end and not over:
-        return _stopped(*asked_to_end)
+    if asked_to_end and not over and status == 0:
+        return _stopped(findings)
     if over or status == 1:
         failure = (_failure_at_the_board(log, root) if installed
                    else _failure(findings["commands"], log, root, failures))
@@ -85,16 +96,33 @@ def outcome(findings, log, root=None, failures=()):
     return Outcome("unknown", reason="neither the screens nor the output of the updater tell why it ended")
 
 
-def _stopped(name, moment):
-    return Outcome(f"stopped by SIG{name}", at=moment)
+def remarks(findings, log):
+    """In plain words what has not ended the update, though it might have: failures of commands, and a signal."""
+    commands, update = findings["commands"], findings["update"]
+    for number, (line, status) in enumerate(commands, 1):
+        ignored = number < len(commands) or line == "sync"
+        if status and ignored and not line.startswith("mount |"):
+            words = _own_words(line, log)
+            yield f"failed, which does not end an update: {line} (exit status {status}){f': {words}' if words else ''}"
+    name, moment = findings["signal"] or (None, None)
+    at_the_end = moment in (*ENDINGS, "leaving") and findings["screens"][-1]["name"] == moment
+    if name and not update.result.startswith("stopped") and not at_the_end:
+        yield f"--signal: SIG{name} at {moment} has not ended the updater" + DEAF * (name == "INT")
 
 
-def _killed(status, asked_to_end):
+def _stopped(findings):
+    name, moment = findings["signal"]
+    last = findings["commands"][-1][0] if findings["commands"] else None
+    return Outcome(f"stopped by SIG{name}", at=moment, last_command=last)
+
+
+def _killed(status, findings):
+    asked_to_end = findings["signal"]
     if status - 128 not in set(signal.Signals):
         return Outcome("failed", reason=f"the updater ended with status {status}")
     name = signal.Signals(status - 128).name
     if asked_to_end and name == f"SIG{asked_to_end[0]}":
-        return _stopped(*asked_to_end)
+        return _stopped(findings)
     return Outcome("failed", reason=f"the updater was ended by {name}")
 
 
@@ -114,14 +142,16 @@ def _failure(commands, log, root, failures):
         return Outcome("failed", line, status, BROKEN, "both system partitions are mounted, or neither")
     if not status:
         return None
-    words = CORRUPT if line.startswith("gzip -t") else BROKEN
+    words = CORRUPT if line.startswith(ARCHIVE_TEST) else BROKEN
     return Outcome("failed", line, status, words, _reason(commands, log, root, failures))
 
 
 def _failure_at_the_board(log, root):
     flash = FLASH_FAILED.search(log)
     if flash:
-        return Outcome("failed", f"the board's flash (result {flash[1]})", words=NOT_FLASHED, reason=flash[2])
+        told = LIBRARY_ERROR.findall(log[:flash.start()].rpartition(BOARD_COMPARED)[2])
+        return Outcome("failed", f"the board's flash (result {flash[1]})", words=NOT_FLASHED,
+                       reason=": ".join([flash[2], *told[-1:]]))
     names = [path.name for path in Path(root, FIRMWARE_FOLDER).glob("*") if path.is_file()] if root else ["?"]
     if BOARD_COMPARED in log or any(map(FIRMWARE_NAME.fullmatch, names)):
         return None
@@ -136,13 +166,23 @@ def _reason(commands, log, root, failures):
     if any(len(lines) - 1 in numbers_chosen(choice, lines) for choice in failures):
         return "simulated by --fail"
     if root and program.startswith("/") and not Path(f"{root}{program}").exists():
-        return f"the new system has no {program}"
-    # Its own words stand behind the updater's notice of it, which there is for all but the first.
-    notice = f'"{lines[-1]}"\n'
-    if len(lines) > 1 and notice not in log:
-        return None
-    said = log.rpartition(notice)[2].splitlines()
-    own_words = next((line for line in said if line.startswith((f"{program}: ", "/bin/dash: "))), None)
+        empty = not set(os.listdir(Path(root, SYSTEM))) - {"lost+found"}
+        return f"the archive brings nothing below {SYSTEM}" if empty else f"the new system has no {program}"
+    own_words = _own_words(lines[-1], log)
     if own_words and own_words.endswith(f"{program}: not found") and root and program.startswith("/"):
         return f"{program} is there, but not the program that its first line names"
     return own_words
+
+
+def _own_words(line, log):
+    """What a command said of its failure, a script last, any other first; None when that cannot be told."""
+    # The updater gives notice of each command but the test of the archive, which nothing else precedes.
+    notice = f'"{line}"\n'
+    if notice not in log and not line.startswith(ARCHIVE_TEST):
+        return None
+    said = log.rpartition(notice)[2]
+    if line.rpartition("&& ")[2].startswith("/"):
+        own = [text for text in SCRIPT_FAILED.split(said)[0].splitlines() if text.strip() and PROGRESS not in text]
+        return own[-1] if own else None
+    beginnings = (f"{line.split()[0]}: ", "/bin/dash: ")
+    return next((text for text in said.splitlines() if text.startswith(beginnings)), None)

@@ -14,17 +14,20 @@ from . import SOURCES, archive, report
 from .build import Build
 from .card import MIB
 from .faults import numbers_chosen
-from .instrument import Instrument, Settings
+from .instrument import SYSTEM, VERSION_FILE, Instrument, Settings
 from .namespaces import run_isolated
-from .operator import SCREENS, Operator
-from .outcome import outcome
+from .operator import Operator
+from .outcome import DEAF, outcome, remarks
 from .run import UPDATER_LOG, on_screen, qml_faults, updater
 from .screen import Screen
+from .screen_names import SCREENS, SIGNAL_SCREENS
 from .watcher import Watcher
 
 AUTHORITY = "/opt/simulator/Xauthority"
 ROOM = 128 * MIB
 SMALL_BALLAST_FILES = 2
+HINTS = {"checking": ', which may be too brief to be seen: --delay "2@gzip -t" makes it last',
+         "loaded": ", which is too brief to be seen"}
 PARTITION_FULL = re.compile(r"No space left on device|Wrote only \d+ of")  # tar says this of a file that fits in part
 
 
@@ -42,7 +45,10 @@ def simulate(options, build_folder, job=None):
 def open_folder(kept, kind="simulator"):
     """The folder of the instrument, locked for this run; a new instrument unless it is kept."""
     folder = (kept or SOURCES / "build" / kind / "last").absolute()
-    folder.mkdir(parents=True, exist_ok=True)
+    try:
+        folder.mkdir(parents=True, exist_ok=True)
+    except (FileExistsError, NotADirectoryError):
+        raise OSError(f"{folder} cannot be a folder: a file is in its place") from None
     there = {path.name for path in folder.iterdir()}
     if there and there.isdisjoint({"lock", "instrument.json"}):
         raise OSError(f"{folder} holds something else than a simulated instrument")
@@ -63,7 +69,7 @@ def open_folder(kept, kind="simulator"):
 def settings_of(options, unpacked):
     """The settings that the options ask for, with partitions that an archive of that size fits into."""
     return Settings(
-        options.running_version, options.board_version,
+        options.running_version or Settings.running_version, options.board_version or Settings.board_version,
         options.partition_size * MIB if options.partition_size else partition_bytes_for(unpacked),
         language=options.language, board_connected=options.board == "connected", board_result=options.board_result,
         failures=tuple(options.fail), delays=dict(options.delay),
@@ -78,7 +84,9 @@ def partition_bytes_for(unpacked):
 def run(options, build, folder, file):
     """One run, inside the namespaces; returns the updater's exit status."""
     unpacked = archive.unpacked_bytes(file) if options.archive else 0
+    is_kept = (folder / "instrument.json").exists()
     instrument = Instrument(folder, build, settings_of(options, unpacked))
+    warn_of_kept_instrument(options, is_kept)
     warn_of_small_card(instrument, options.partition_size, unpacked)
     before = report.state(instrument)
     with instrument:
@@ -87,6 +95,9 @@ def run(options, build, folder, file):
         arguments += ["--debug"] * options.debug + ["--silent"] * options.silent
         findings = whole_run(instrument, arguments, options)
     findings |= {"before": before, "after": report.state(instrument)}
+    if findings["after"]["partition"] and not findings["after"]["version"]:
+        findings["remarks"].append(f"the system at the next start has no {SYSTEM}/{VERSION_FILE}, "
+                                   "where the simulated instrument reads which one it runs")
     report.write(findings, instrument.run_folder)
     return findings["exit_status"]
 
@@ -98,7 +109,17 @@ def whole_run(instrument, arguments, options):
     findings["commands"] = instrument.commands()
     note_moments(options, findings)
     log = (instrument.run_folder / UPDATER_LOG).read_text(errors="replace")
-    return findings | {"update": outcome(findings, log, instrument.root.path, options.fail)}
+    findings["update"] = outcome(findings, log, instrument.root.path, options.fail)
+    findings["remarks"] += remarks(findings, log)
+    return findings
+
+
+def warn_of_kept_instrument(options, is_kept):
+    """Says it when options are of no effect because the instrument is there already."""
+    made_with = {"--running-version": options.running_version, "--board-version": options.board_version}
+    ignored = [name for name, value in made_with.items() if value and is_kept]
+    if ignored:
+        print(f"the kept instrument goes on as it is: {' and '.join(ignored)} count when it is made")
 
 
 def warn_of_small_card(instrument, wanted_mib, unpacked):
@@ -119,11 +140,18 @@ def note_moments(options, findings):
     if name and moment not in {screen["name"] for screen in findings["screens"]}:
         asked.append(("--signal", moment))
     missed = [(option, choice) for option, choice in asked if not numbers_chosen(choice, commands)]
-    findings["remarks"] += [f'{option}: no "{choice}" came' for option, choice in missed]
+    findings["remarks"] += [f'{option}: no "{choice}" came{_hint(option, choice)}' for option, choice in missed]
     deaf = name == "INT" and moment not in SCREENS
     if deaf:
-        findings["remarks"].append("--signal: while a command runs the updater is deaf to SIGINT")
+        findings["remarks"].append(f"--signal{DEAF}")
     findings["signal"] = None if deaf or ("--signal", moment) in missed else options.signal
+
+
+def _hint(option, choice):
+    """What may help with a moment that has not come."""
+    if option != "--signal":
+        return ""
+    return HINTS.get(choice, "" if choice in SCREENS else f"; the screens are {', '.join(SIGNAL_SCREENS)}")
 
 
 def operate(instrument, arguments, options):

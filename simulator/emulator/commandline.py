@@ -29,7 +29,7 @@ def parse(arguments):
                     argparse.RawDescriptionHelpFormatter(prog, max_help_position=27, width=102))
     parser.add_argument("--archive", type=Path, metavar="FILE",
                         help="an archive of your own (default: a sample with the built package)")
-    parser.add_argument("--language", type=int, metavar="N", default=1,
+    parser.add_argument("--language", type=int, choices=range(1, len(LOCALES) + 1), metavar="N", default=1,
                         help=f"language number of the settings, 1 to {len(LOCALES)} (1: English)")
     parser.add_argument("--answer", choices=("yes", "no"), default="yes", metavar="yes|no",
                         help="the operator's, to the question (%(default)s)")

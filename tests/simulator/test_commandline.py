@@ -10,6 +10,8 @@ from simulator import commandline
     ("--sil", "unrecognized arguments: --sil"),
     ("update.tar.gz", "unrecognized arguments: update.tar.gz"),
     ("--archive /nowhere/a.tar.gz", "no archive /nowhere/a.tar.gz"),
+    ("--language 99", "choose from 1, 2"),
+    ("--silent --answer no", "--answer no does not go with --silent"),
     ("--effects", "--effects goes with --arm only"),
     ("--partition-size 15", "'15' is no number of MiB from 16 on"),
     ("--size 1280", "'1280' is not WIDTHxHEIGHT"),
@@ -18,7 +20,7 @@ from simulator import commandline
     ("--delay tar:1", "'tar:1' is not seconds, @, and how a command begins"),
     ("--delay tar@3", "'tar@3' is not seconds, @,"),
     ("--signal HUP@confirm", "'HUP@confirm' is not one of TERM, INT, KILL"),
-    ("--signal TERM", "'TERM' is not one of TERM, INT, KILL, @, and a moment"),
+    ("--signal TERM", "'TERM' is not one of TERM, INT, KILL, @, and a screen or"),
 ])
 def test_refused(capsys, options, says):
     with pytest.raises(SystemExit) as ending:

@@ -63,6 +63,7 @@ GONE = "/media/usb/zepra_update_v9.tar.gz"
 BIG = f"truncate -s {PARTITION_MIB + 8}M usr/local/lib/big"
 REFUSED = "Update is not supported on non-ARM platforms"
 SHOWN = 'on the screen: "Error upgrading firmware"'
+IGNORED = "does not end an update"
 SIMULATED = f"(exit status 1); {SHOWN} & simulated by --fail"
 
 
@@ -91,10 +92,16 @@ RUNS = [
     row("awkward name", pack=partial(packed, name=AWKWARD), arm=True),
     row("no firmware", pack=changed("rm usr/local/share/zentar/atmega/*"), board="2.06", screens=ERROR,
         says=f"board's firmware; {SHOWN} & brings no file ZEPRA_AFW_"),
-    row("no prepare script", pack=changed(f"rm {PREPARE}"), without="chmod +x /tmp", log="Unpacking prepare setup failed"),
+    row("no prepare script", pack=changed(f"rm {PREPARE}"), without="chmod +x /tmp", log="Unpacking prepare setup failed",
+        remark="(exit status 2): tar: usr/local/bin/zepra-prepare-update.sh: Not found"),
     row("no setup script", pack=changed(f"rm {SETUP}"), **HALF_WAY, until="/usr", screens=ERROR,
-        says=f"at: /{SETUP} (exit status 127); {SHOWN} & has no /{SETUP}"),
-    row("setup script fails", pack=changed(f"echo exit 3 >>{SETUP}"), **HALF_WAY, until="/usr", says="(exit status 3)"),
+        says=f"at: /{SETUP} (exit status 127); {SHOWN} & has no /{SETUP}", remark=IGNORED),
+    row("setup script fails", pack=changed(f"echo 'echo why >&2; exit 3' >>{SETUP}"), **HALF_WAY, until="/usr",
+        says="(exit status 3) & why\n"),
+    row("nothing for the system", pack=changed("mv usr/local usr/lib; mkdir usr/local"), **HALF_WAY, until="/usr",
+        without="chmod +x /tmp", says="brings nothing below usr/local", remark=IGNORED),
+    row("board file broken", pack=changed("echo : >$(echo usr/local/share/zentar/atmega/*)"), board="2.06", status=1,
+        says="(result 60) & Upgrade file error: /usr/local/share/zentar/atmega/ZEPRA_AFW_2.07.hex:1: "),
     row("setup script without interpreter", pack=changed(f"sed -i s:/bin/sh:/none: {SETUP}"), **HALF_WAY, until="/usr",
         says="its first line names"),
     row("partition full", pack=changed(BIG), **HALF_WAY, until="tar xvzf", screens=ERROR,
@@ -103,10 +110,11 @@ RUNS = [
     row("mount fails", "--silent --fail 'mount /dev'", **NO_MOUNT, until="mount /dev", says=f"at: mount /dev & {SIMULATED}"),
     row("nothing mounted", "--silent --fail 'mount |#1'", **UNTOUCHED, until="mount | grep -c mmcblk1p4", says="or neither"),
     row("sed fails", "--silent --fail sed", **HALF_WAY, until="sed", screens=ERROR, says=f"at: sed -i & {SIMULATED}"),
-    row("chmod and sync fail", "--silent --fail 'chmod +x /usr/local' --fail sync"),
-    row("INT at the question", "--signal INT@confirm", **UNTOUCHED, until=None, says="stopped by SIGINT at: confirm"),
+    row("chmod and sync fail", "--silent --fail 'chmod +x /usr/local' --fail sync", remark=IGNORED),
+    row("INT at the question", "--signal INT@confirm", **UNTOUCHED, until=None, says="stopped by SIGINT at: confirm\n"),
+    row("INT in the extraction", "--silent --delay '3@tar xvzf' --signal INT@installing", remark="has not ended the updater"),
     row("TERM in the extraction", "--silent --delay '1@tar xvzf' --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf",
-        says="stopped by SIGTERM at: tar xvzf", arm=True),
+        says="stopped by SIGTERM at: tar xvzf; last command: tar xvzf", arm=True),
     row("TERM at the switch", "--silent --delay 1@sed --signal 'TERM@sed -i'", board="2.06", says="stopped by SIGTERM", arm=True),
     row("the product itself", "--silent --program vrk-updater", **UNTOUCHED, until="gzip", says=f"{SHOWN} & {REFUSED}"),
 ]

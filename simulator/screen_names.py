@@ -1,0 +1,5 @@
+"""The names of the updater's screens, which operator.py tells apart."""
+
+SCREENS = ("loaded", "welcome", "confirm", "checking", "installing", "final", "error", "end", "leaving")
+ENDINGS = ("final", "error", "end")
+SIGNAL_SCREENS = tuple(name for name in SCREENS if name != "loaded")  # which is too brief to be waited for
