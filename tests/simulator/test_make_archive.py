@@ -47,8 +47,11 @@ def firmware(*lines):
 
 @pytest.mark.parametrize("change, options, status, says", [
     (f"rm {SETUP} {FIRMWARE}*", "", REFUSED, f"error: no {SETUP} & holds no ZEPRA_AFW_<version>.hex"),
+    ("true", "--version v3.5.0", REFUSED, 'a "v" of its own'),
     (f"chmod -x {SETUP}", "", REFUSED, "is not executable"),
     (f"echo echo > {SETUP}", "", REFUSED, 'does not start with "#!"'),
+    (f"sed -i 's/$/\\r/' {SETUP}", "", REFUSED, "line ends of DOS"),
+    (f"sed -i '1s:/bin/sh:/usr/local/bin/ash -e:' {SETUP}", "", REFUSED, "interpreter /usr/local/bin/ash, which"),
     (f"rm {PREPARE}; mkdir {PREPARE}", "", REFUSED, "no plain file"),
     (f"ln -sf /nowhere {PREPARE}", "", REFUSED, "no plain file"),
     (f"ln -sf zepra-setup.sh {PREPARE}", "", REFUSED, "no plain file"),
@@ -68,6 +71,7 @@ def firmware(*lines):
     (firmware(BYTE[:-1] + "F", END), "", REFUSED, "checksum"),
     (firmware(BYTE, BYTE, END), "", REFUSED, "line 2: a byte is named a second time"),
     (firmware(":020000040004F6", BYTE, END), "", REFUSED, "beyond the flash of 262144 bytes"),
+    (firmware(":02FFFF0041427D", END), "--flash-bytes 64K", REFUSED, "beyond the flash of 65536 bytes"),
     (firmware(BYTE, END, BYTE), "", REFUSED, "something follows the end record"),
     (firmware(":0100000641B8", END), "", REFUSED, "type is unknown"),
     (firmware(":0200000041BD", END), "", REFUSED, "length is wrong"),
@@ -80,15 +84,16 @@ def firmware(*lines):
               BYTE, END, "''"), "", FINE, ""),
     (f"rm {PREPARE}", "", WARNED, f"warning: no {PREPARE}"),
     (f"printf '#!/bin/sh\\nsync\\ntouch /a\\nexit 0\\n' >{SETUP}", "", WARNED, "does not end with sync"),
-    (f"cp {FIRMWARE}2.07.hex {FIRMWARE}1.0.hex", "", WARNED, "several board firmware files"),
+    (f"cp {FIRMWARE}2.07.hex {FIRMWARE}1.0.hex", "", WARNED, "the oldest, ZEPRA_AFW_2.07.hex"),
     (f"mv {FIRMWARE}2.07.hex {FIRMWARE.lower()}1.0.HEX", "", WARNED, "cuts no version out"),
     (f"mv {FIRMWARE}2.07.hex {FIRMWARE}.hex", "", WARNED, "cuts no version out"),
     (f"mv {FIRMWARE}2.07.hex {FIRMWARE}1.hex.2.hex", "", WARNED, "cuts only 1 out"),
     (f"rm {VERSION}", "", WARNED, f"no {VERSION}"),
-    ("true", "--version v3.5.0", WARNED, f'a "v" of its own & first line of {VERSION} is not v3.5.0'),
+    ("true", "--version 3.6.0", WARNED, f"first line of {VERSION} is not 3.6.0"),
     ("touch usr/local/.profile", "", WARNED, "does not clear hidden names"),
 ])
 def test_checks(make, change, options, status, says):
     ended, said, path = make(change, options)
     assert (ended, path is not None) == (status, status != REFUSED), said
     assert all(words in said for words in says.split(" & ")) and bool(says) == bool(said), said
+    assert said.endswith("make-archive: no archive made\n") == (status == REFUSED)
