@@ -3,12 +3,14 @@
 #include "vrk-embedded-api.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <memory>
 #include <string>
 
 class AtmegaUpdate;
+class HeldInput;
 class LocaleManager;
 class QQmlApplicationEngine;
 class QSettings;
@@ -151,4 +153,5 @@ private:
     AtmegaUpdate *m_boardUpdater;
     std::unique_ptr<QSettings> m_settings;
     LocaleManager *m_localeManager;
+    QPointer<HeldInput> m_heldInput; ///< of the start-up
 };

@@ -1,6 +1,8 @@
 // What the screen reads, and the setters behind it.
 #include "applicationcontroller.h"
 
+#include "heldinput.h"
+
 #include <QDebug>
 
 QString ApplicationController::instructionsText() const
@@ -137,6 +139,7 @@ void ApplicationController::showBusyBar()
 
 void ApplicationController::setError(const QString &message, ExitCode code)
 {
+    delete m_heldInput; // it came before the error, which nobody has read yet
     setConfirmationVisible(false);
     setMessage(message);
     setButtonVisible(true);

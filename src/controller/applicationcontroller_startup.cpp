@@ -57,13 +57,11 @@ void ApplicationController::init()
 {
     setMessage(tr("Welcome to updater"));
     showBusyBar();
-    auto *heldInput = new HeldInput(this);
+    m_heldInput = new HeldInput(this);
     drawScreen(); // before the library blocks this thread
     startUp();
-    if (isButtonVisible())
-        delete heldInput; // it came before the error that nobody has read yet
-    else
-        heldInput->release();
+    if (m_heldInput)
+        m_heldInput->release();
 }
 
 /// Up to the question, the start of a silent run, or an error.
@@ -80,6 +78,7 @@ void ApplicationController::startUp()
 
     const QString systemVersion = readDeviceInfo();
     const VRK_ResultCode statusResult = readStatus();
+    takeInput();
     LOG_INFO << "VRK_Status: " << static_cast<int>(statusResult);
     if (!m_boardConnected)
         LOG_WARNING << "Measurement board not connected";

@@ -62,6 +62,8 @@ void HeldInput::deliver()
         m_delivered = held.second.get();
         if (held.first)
             QCoreApplication::sendEvent(held.first, held.second.get());
+        if (self)
+            m_delivered = nullptr;
     }
 }
 

@@ -33,6 +33,7 @@ const char inOwnFolders[] = R"SH(
 )SH";
 
 constexpr int waits = -1; // instead of an exit status
+constexpr QPointF yes { 200, 456 }; // and Reboot, when it is there
 const char usualPath[] = "/var/usb/zepra_update_v2.tar.gz";
 const QString firmwareFolder = "/usr/local/share/zentar/atmega/";
 QString s_goneFile;
@@ -90,7 +91,7 @@ private:
     QString setting(const char *name, const char *usual) const { return m_settings.value(name, usual); }
     void prepare();
     void watch(ApplicationController *controller);
-    static void tapYes();
+    static void tap(QPointF at = yes);
     void take(const QString &action, ApplicationController *controller);
 
     QHash<QString, QString> m_settings; ///< of the row
@@ -136,6 +137,8 @@ void ApplicationControllerTest::prepare()
         return code("query");
     };
     fakeInstrument().status = [=](VRK_Status *status) {
+        if (setting("tap", "") == "late")
+            tap();
         status->boardConnected = static_cast<std::uint8_t>(setting("connected", "1").toInt());
         return code("query");
     };
@@ -184,17 +187,16 @@ void ApplicationControllerTest::turn()
         return;
     static QTouchDevice *const device = QTest::createTouchDevice();
     QWindow *window = QGuiApplication::topLevelWindows().first();
-    QTest::touchEvent(window, device, false).press(0, { 200, 456 }).commit(false); // comes at once
-    QTest::touchEvent(window, device, false).release(0, { 200, 456 }).commit(false);
+    QTest::touchEvent(window, device, false).press(0, yes.toPoint()).commit(false); // comes at once
+    QTest::touchEvent(window, device, false).release(0, yes.toPoint()).commit(false);
 }
 
 /// A finger's worth of events that wait for the next turn.
-void ApplicationControllerTest::tapYes()
+void ApplicationControllerTest::tap(QPointF at)
 {
     for (const QEvent::Type type : { QEvent::MouseButtonPress, QEvent::MouseButtonRelease }) {
         const bool down = type == QEvent::MouseButtonPress;
-        auto *event = new QMouseEvent(type, { 200, 456 }, Qt::LeftButton, down ? Qt::LeftButton : Qt::NoButton,
-                                      Qt::NoModifier);
+        auto *event = new QMouseEvent(type, at, Qt::LeftButton, down ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
         QCoreApplication::postEvent(QGuiApplication::topLevelWindows().first(), event);
     }
 }
@@ -212,10 +214,12 @@ void ApplicationControllerTest::take(const QString &action, ApplicationControlle
         emit installer->progressChanged(0.9, 43000);
         emit controller->findChild<AtmegaUpdate *>()->progressChanged(0.05, 2000);
         emit controller->findChild<AtmegaUpdate *>()->progressChanged(0.9, 2000);
+    } else if (action == "tap") {
+        tap();
     } else { // a button that ends the run, but processes the pending events before
         QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
         if (action.startsWith("tap"))
-            tapYes();
+            tap();
         if (action.startsWith("key"))
             QCoreApplication::postEvent(QGuiApplication::topLevelWindows().first(),
                                         new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
@@ -242,8 +246,10 @@ void ApplicationControllerTest::runs()
                                      nullptr);
     watch(&controller);
     QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
-    if (setting("tap", "") == "mouse")
-        tapYes();
+    if (setting("tap", "") == "aside")
+        tap({ 400, 100 });
+    for (int taps = setting("tap", "0").toInt(); taps > 0; --taps)
+        tap();
     QStringList actions = setting("then", "").split(' ').filter(QRegularExpression("."));
     bool answered = false;
     int restingPolls = 0;
