@@ -25,7 +25,8 @@ is changed."""
 EPILOG = """\
 The updater's arguments behind "--" take the place of "-u <archive>".
 
-Exit status: the updater's own; 125 when the simulation itself fails, 77 where it is not possible,
+Exit status: the updater's own; with --power-cuts 0 when every cut leaves a whole instrument and 1 when
+one does not; 125 when the simulation itself fails, 77 where it is not possible,
 128 + the signal when interrupted. DIR/latest/report.json holds the closing report for programs."""
 
 
