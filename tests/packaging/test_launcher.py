@@ -60,3 +60,10 @@ def test_launch(request, tmp_path, versions, taken, action, status, says, reboot
     archive = ["-u", f"{drive}/zepra_update_v{taken}.tar.gz"] if taken else []
     assert (tmp_path / "arguments").read_text().splitlines() == [*archive, "--silent"]
     assert (tmp_path / "rebooted").exists() == reboots
+
+
+def test_help():
+    launcher = SOURCES / "packaging/launcher/vrk-updater-launch"
+    environment = {"PATH": os.environ["PATH"], "VRK_UPDATER": "echo", "VRK_REBOOT_COMMAND": "echo", "VRK_DRIVE_WAIT": "0"}
+    said = subprocess.run([launcher, "--help"], env=environment, text=True, stdout=subprocess.PIPE, check=True).stdout
+    assert "VRK_UPDATE_DRIVES" in said and "status 0" not in said
