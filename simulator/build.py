@@ -109,6 +109,13 @@ def require_devices():
         raise NotPossible("needs root and loop devices for the instrument's partitions")
 
 
+def require_logging():
+    """Raises NotPossible where what is written to the instrument's card cannot be logged."""
+    require_devices()
+    if not os.path.exists("/dev/fuse"):
+        raise NotPossible("needs /dev/fuse to log what is written to the instrument's card")
+
+
 def make(*kind):
     """Installs what is missing and builds for this machine, with "--arm" or "--emulator" for the instrument.
 

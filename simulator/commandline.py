@@ -7,7 +7,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-from .build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, NotPossible, make, require_devices
+from .build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, NotPossible, make, require_devices, require_logging
 from .languages import LOCALES
 from .screen_names import SIGNAL_SCREENS
 
@@ -181,7 +181,7 @@ def main():
         if options.make_card:
             from .powercuts import make_card
             return make_card(options)
-        require_devices()
+        (require_logging if options.power_cuts else require_devices)()
         folder = options.build.absolute() if options.build else make(*["--arm"] * options.arm)
         from .simulation import simulate  # What it imports may have been installed only now.
         if options.power_cuts:
