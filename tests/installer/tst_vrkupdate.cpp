@@ -13,15 +13,24 @@ struct Step {
     QString command, failure, before, warning, progress; ///< as the table has them
 };
 
+const QString file = "tests/installer/commands.txt";
+QString fault; ///< of that file
+
 QVector<Step> readSteps()
 {
     QVector<Step> steps;
     QFile table(QFINDTESTDATA("commands.txt"));
     table.open(QIODevice::ReadOnly);
-    for (const QString &line : QString(table.readAll()).split('\n')) {
-        const QStringList column = line.split('\t');
-        if (column.size() > 1 && !line.startsWith('#'))
-            steps << Step { column[0], column[1], column.value(2), column.value(3), column.value(4) };
+    const QStringList lines = QString(table.readAll()).split('\n');
+    const QRegularExpression form("^[^\t]+\t(skips next|goes on|ends|ends after next|always)"
+                                  "(\t((warning|debug): [^\t]+)?(\t[^\t]*(\t[01](\\.\\d+)? \\d+)?)?)?$");
+    for (int number = 0; number < lines.size(); ++number) {
+        const QStringList column = lines[number].split('\t');
+        if (lines[number].isEmpty() || lines[number].startsWith('#'))
+            continue;
+        if (!form.match(lines[number]).hasMatch() && fault.isEmpty())
+            fault = QString("%1:%2: not columns that are tabs apart and as its head says").arg(file).arg(number + 1);
+        steps << Step { column[0], column.value(1), column.value(2), column.value(3), column.value(4) };
     }
     return steps;
 }
@@ -98,12 +107,35 @@ class VrkUpdateTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QVERIFY(commands > 0 && QDir::setCurrent(here())); }
+    void initTestCase();
     void runs_data();
     void runs();
     void refusals();
     void everyPathIsOneWordForTheShell();
 };
+
+/// What would make every run fail is told once.
+void VrkUpdateTest::initTestCase()
+{
+    QVERIFY2(fault.isEmpty(), qPrintable(fault));
+    QVERIFY(commands > 0 && QDir::setCurrent(here()));
+    QVERIFY(QFile("a.gz").open(QIODevice::WriteOnly));
+    QStringList given;
+    fakeInstrument().shell = [&](const QString &line) {
+        given << line;
+        return line == filled("mount | grep -c OTHER", {}) ? failed : 0;
+    };
+    VRKUpdate update(nullptr);
+    update.setImagePath("a.gz");
+    runWorker(&update);
+    for (int place = 0; place < qMax(commands, given.size()); ++place) {
+        const QString wanted = place < commands ? filled(wholeRun[place].command, {}) : QString();
+        QVERIFY2(given.value(place) == wanted,
+                 qPrintable(QString("command %1 is \"%2\", in %3 \"%4\"")
+                                    .arg(place + 1)
+                                    .arg(given.value(place), file, wanted)));
+    }
+}
 
 void VrkUpdateTest::runs_data()
 {

@@ -23,14 +23,18 @@ PATIENCE_SECONDS = 500 if ARM else 60
 PARTITION_MIB = 48
 NAME = "zepra_update_v3.5.0.tar.gz"
 PREPARE, SETUP = "usr/local/bin/zepra-prepare-update.sh", "usr/local/bin/zepra-setup.sh"
-INSTALLER = (SOURCES / "tests/installer/commands.txt").read_text(encoding="utf-8").splitlines()
+COMMANDS = "tests/installer/commands.txt"
+INSTALLER = [line.split("\t") for line in (SOURCES / COMMANDS).read_text(encoding="utf-8").splitlines()
+             if line and not line.startswith("#")]
+GUIDE_SAYS = {"skips next": "skips the next", "goes on": "is ignored", "always": "is ignored", "ends": "ends the update",
+              "ends after next": "tells which partition is in use"}
+assert all(" ".join(columns[1:2]) in GUIDE_SAYS for columns in INSTALLER), f"a line in {COMMANDS}; tst_vrkupdate tells which"
 GUIDE = (SOURCES / "docs/how-an-update-runs.md").read_text(encoding="utf-8")
 
 
 def installer_commands(archive, active, other):
     words = {"ARCHIVE": archive, "ACTIVE": active, "OTHER": other}
-    lines = [line.split("\t")[0] for line in INSTALLER if not line.startswith("#")]
-    return [re.sub("|".join(words), lambda found: words[found[0]], line) for line in lines]
+    return [re.sub("|".join(words), lambda found: words[found[0]], columns[0]) for columns in INSTALLER]
 
 
 def packed(root, name=NAME, cut=0):
@@ -184,7 +188,7 @@ def test_run(simulation, tmp_path, run):
     expected = [f"gzip -t {path}", *installer_commands(path, old, partitions["new"])]
     expected = [line for line in expected if not line.startswith(run.without)]
     ends = [number for number, line in enumerate(expected, 1) if line.startswith(run.until or "gzip")]
-    assert simulation.commands() == (expected[:ends[0] if ends else None] if run.until else [])
+    assert simulation.commands() == (expected[:ends[0] if ends else None] if run.until else []), f"see {COMMANDS}"
     after = {"partition": partitions[run.boots], "version": "3.4.0" if run.boots == "old" else "3.5.0", "board": run.board}
     assert (findings["exit_status"], findings["mounted"]) == (run.status, partitions[run.mounted])
     assert {name: findings["after"][name] for name in after} == after
@@ -232,4 +236,7 @@ def test_the_words_are_those_of_the_screen():
 
 def test_the_guide_has_the_commands():
     table = GUIDE.split("## The installer's commands")[1].split("\n## ")[0].replace("\\|", "|")
-    assert re.findall("^\\| `(.*?)`", table, re.MULTILINE) == installer_commands("<archive>", *PARTITIONS)
+    rows = re.findall(rf"^\| `(.*?)`.*\| (\d* ?%?) ?\| ({'|'.join(GUIDE_SAYS.values())})", table, re.MULTILINE)
+    percent = [f"{100 * float(columns[4].split()[0]):.0f} %" if columns[4:] else "" for columns in INSTALLER]
+    assert rows == list(zip(installer_commands("<archive>", *PARTITIONS), percent,
+                            [GUIDE_SAYS[columns[1]] for columns in INSTALLER]))
