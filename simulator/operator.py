@@ -31,7 +31,7 @@ class Recogniser:
         return "blank"
 
     def note(self, name, view):
-        """Takes a screen as passed."""
+        """Takes a picture of a screen as seen; the first of them may lack a text."""
         self._asked |= name == "confirm"
         self._ended |= name in ENDINGS
         if name == "welcome":
@@ -113,7 +113,7 @@ class Operator:
         if arrived:
             self._save()
             self.passed.append(Passed(name, shot.seconds - self._started))
-            self._recogniser.note(name, shot.view)
+        self._recogniser.note(name, shot.view)
         self._name, self._shot = name, shot
         if arrived:
             self._hooks.get(name, lambda: None)()
