@@ -36,7 +36,7 @@ class Recogniser:
         self._ended |= name in ENDINGS
         if name == "welcome":
             self._welcome = view.message
-        if name not in ENDINGS:
+        if name == "confirm" or (self._upper is None and name not in ENDINGS):
             self._upper = view.upper
 
     def _ending(self, view):

@@ -119,7 +119,7 @@ def warn_of_kept_instrument(options, is_kept):
     made_with = {"--running-version": options.running_version, "--board-version": options.board_version}
     ignored = [name for name, value in made_with.items() if value and is_kept]
     if ignored:
-        print(f"the kept instrument goes on as it is: {' and '.join(ignored)} count when it is made")
+        print(f"the kept instrument goes on as it is: {' and '.join(ignored)} count only when it is made")
 
 
 def warn_of_small_card(instrument, wanted_mib, unpacked):
