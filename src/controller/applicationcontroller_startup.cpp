@@ -78,7 +78,6 @@ void ApplicationController::startUp()
 
     const QString systemVersion = readDeviceInfo();
     const VRK_ResultCode statusResult = readStatus();
-    takeInput();
     LOG_INFO << "VRK_Status: " << static_cast<int>(statusResult);
     if (!m_boardConnected)
         LOG_WARNING << "Measurement board not connected";

@@ -137,8 +137,6 @@ void ApplicationControllerTest::prepare()
         return code("query");
     };
     fakeInstrument().status = [=](VRK_Status *status) {
-        if (setting("tap", "") == "late")
-            tap();
         status->boardConnected = static_cast<std::uint8_t>(setting("connected", "1").toInt());
         return code("query");
     };
@@ -216,6 +214,7 @@ void ApplicationControllerTest::take(const QString &action, ApplicationControlle
         emit controller->findChild<AtmegaUpdate *>()->progressChanged(0.9, 2000);
     } else if (action == "tap") {
         tap();
+        QCoreApplication::processEvents();
     } else { // a button that ends the run, but processes the pending events before
         QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
         if (action.startsWith("tap"))
