@@ -91,9 +91,9 @@ class Screen(TouchedScreen):
         return display.Display(self.display)
 
     def frames(self, stopping):
-        """Yields pixels() at once, and whenever they may have changed, until the event `stopping` is set; then once more.
+        """Yields pixels() at once, and whenever they may have changed, until the event `stopping` is set.
 
-        Meanwhile each new window gets the keyboard focus, which it has on the instrument.
+        Then it does so once more. Meanwhile each new window gets the keyboard focus, which it has on the instrument.
         """
         with contextlib.suppress(ConnectionClosedError):  # The server may go first.
             x = self.connect()

@@ -2,11 +2,14 @@
 
 import argparse
 import sys
+from fnmatch import fnmatch
 from pathlib import Path
 
 from ..build import make
 from ..commandline import Parser, command, status_of
 from ..languages import LOCALES
+
+ARCHIVE_NAMES = "zepra_update_v*.tar.gz"
 
 DESCRIPTION = """\
 Builds the updater for ARM and boots an emulated instrument: a 32-bit ARM computer with a card, a USB
@@ -28,7 +31,8 @@ def parse(arguments):
                     description=DESCRIPTION, epilog=EPILOG, formatter_class=lambda prog:
                     argparse.RawDescriptionHelpFormatter(prog, max_help_position=27, width=102))
     parser.add_argument("--archive", type=Path, metavar="FILE",
-                        help="an archive of your own (default: a sample with the built package)")
+                        help="an archive of your own, named zepra_update_v<version>.tar.gz, as the launcher looks for "
+                        "(default: a sample with the built package)")
     parser.add_argument("--language", type=int, choices=range(1, len(LOCALES) + 1), metavar="N", default=1,
                         help=f"language number of the settings, 1 to {len(LOCALES)} (1: English)")
     parser.add_argument("--answer", choices=("yes", "no"), default="yes", metavar="yes|no",
@@ -36,9 +40,11 @@ def parse(arguments):
     parser.add_argument("--cut", type=command, metavar="COMMAND",
                         help='the power fails while the updater runs the command that begins like this, such as '
                         '"tar xvzf" or "sync#2"; then the instrument boots and is updated again')
-    parser.add_argument("--seed", type=int, metavar="N", help="of the moment of the cut, and what it leaves")
+    parser.add_argument("--seed", type=int, metavar="N",
+                        help="cuts at the same part of the command's writes as a run that said this number")
     parser.add_argument("--window", action="store_true",
-                        help="shows the instrument in a window, or by VNC where there is no display; you are the operator")
+                        help="shows the instrument in a window, or by VNC where there is no display; "
+                        "you are the operator")
     parser.add_argument("--film", type=Path, metavar="FILE", help="also keeps the run as a moving picture (GIF)")
     parser.add_argument("--keep", type=Path, metavar="DIR",
                         help="keeps the instrument in DIR, and each run's log, pictures and report; a later run "
@@ -49,6 +55,8 @@ def parse(arguments):
     options = parser.parse_args(arguments)
     if options.archive and not options.archive.is_file():
         parser.error(f"there is no archive {options.archive}")
+    if options.archive and not fnmatch(options.archive.name, ARCHIVE_NAMES):
+        parser.error(f"the launcher looks for {ARCHIVE_NAMES} only")
     if options.film and not options.film.absolute().parent.is_dir():
         parser.error(f"there is no folder for {options.film}")
     if options.seed is not None and not options.cut:

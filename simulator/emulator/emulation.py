@@ -84,6 +84,7 @@ class Emulation:
         if cut:
             expected = old if update["partition"] == before["partition"] else system_of_archive(self._archive)
             found = system_of_card(self._instrument.card, update["partition"])
+            cut.files = len(expected)
             cut.fault = difference(expected, {name: found[name] for name in found.keys() & expected.keys()})
             update["remarks"] += [f"the power cut has left a broken system: {cut.fault}"] * bool(cut.fault)
         report.write(update | {"cut": cut, "boots": self._boots, "seconds": round(time.monotonic() - started, 1),
@@ -109,7 +110,8 @@ class Emulation:
         log, pictures = self._folder / name, self._folder / "pictures" / name
         for folder in (log, pictures):
             folder.mkdir(parents=True)
-        with (Machine(self._images, self._instrument.card.image, drive, log, SMALLEST, self._display, writes) as machine,
+        card = self._instrument.card.image
+        with (Machine(self._images, card, drive, log, SMALLEST, self._display, writes) as machine,
               EmulatedScreen(machine, film=self._film) as screen, Watcher(screen) as watcher):
             answer = None if self._options.window else self._options.answer
             with Operator(watcher, pictures, answer, {"final": machine.unplug_drive}, PATIENCE_SECONDS,
@@ -117,7 +119,9 @@ class Emulation:
                 boot = self._come_up(machine)
                 act(machine)
         console, status = machine.console(), LAUNCHER_STATUS.search(machine.console())
-        boot |= {"screens": [vars(passed) for passed in operator.passed], "answer": operator.answered, "signal": None,
+        names = [passed.name for passed in operator.passed]
+        boot |= {"screens": [vars(passed) for passed in operator.passed], "signal": None,
+                 "answer": operator.answered or ("no" if names[-2:] == ["confirm", "leaving"] else None),
                  "commands": machine.commands(), "exit_status": int(status[1]) if status else None,
                  "remarks": operator.remarks + [f"the QML engine complained: {line}" for line in qml_faults(console)]}
         boot["update"] = outcome(boot, console) if status else NEVER_ENDED

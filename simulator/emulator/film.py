@@ -1,6 +1,7 @@
 """A moving picture of a run, small enough for a page."""
 
 import time
+from itertools import pairwise
 
 from PIL import Image
 
@@ -9,7 +10,7 @@ from ..gallery import palette
 SIZE = (600, 360)
 FRAME_SECONDS = 0.2  # and no more frames than that are kept
 SPEED = 2
-LONGEST_SECONDS = 1.6  # for which a picture stands still, however long it was to be seen
+LONGEST_SECONDS, LAST_SECONDS = 1.6, 4  # for which a picture, and the last one, stands still at most
 
 
 class Film:
@@ -21,19 +22,20 @@ class Film:
     def add(self, picture):
         """Takes the picture that is to be seen from now on."""
         now = time.monotonic()
-        if self._frames and now - self._frames[-1][0] < FRAME_SECONDS:
-            return
+        if now - self._frames[-1][0] < FRAME_SECONDS if self._frames else not picture.getbbox():
+            return  # too soon, or black before the beginning
         small = picture.resize(SIZE, Image.Resampling.LANCZOS)
         if not self._frames or small.tobytes() != self._frames[-1][1].tobytes():
             self._frames.append((now, small))
 
     def save(self, path):
         """Writes the film, in which dull stretches are short."""
-        ends = [*(at for at, _ in self._frames[1:]), float("inf")]
-        milliseconds = [round(1000 * min((end - at) / SPEED, LONGEST_SECONDS)) for (at, _), end in zip(self._frames, ends)]
+        times = [at for at, _ in self._frames]
+        seconds = [min((end - at) / SPEED, LONGEST_SECONDS) for at, end in pairwise(times)] + [LAST_SECONDS]
         common = _palette([picture for _, picture in self._frames])
         pictures = [picture.quantize(palette=common, dither=Image.Dither.NONE) for _, picture in self._frames]
-        pictures[0].save(path, save_all=True, append_images=pictures[1:], duration=milliseconds, loop=0, optimize=False)
+        pictures[0].save(path, save_all=True, append_images=pictures[1:], loop=0, optimize=False,
+                         duration=[round(1000 * each) for each in seconds])
 
 
 def _palette(pictures):

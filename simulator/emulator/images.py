@@ -20,7 +20,8 @@ from ..rootfs import Tree, mount
 HERE = Path(__file__).parent
 CACHE = Path(os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache", "vrk-updater", "emulator")
 MODULES = ("virtio_pci", "virtio_gpu", "sdhci_pci", "crc32c_generic", "ext4", "xhci_pci", "usb_storage", "sd_mod",
-           "usbhid", "hid_generic", "evdev", "uinput", "vfat", "nls_cp437", "nls_ascii", "nls_utf8", "9p", "9pnet_virtio")
+           "usbhid", "hid_generic", "evdev", "uinput", "vfat", "nls_cp437", "nls_ascii", "nls_utf8",
+           "9p", "9pnet_virtio")
 MODULE_NEEDS = re.compile(rb"\0depends=([^\0]*)\0")
 BUSYBOX_COMMANDS = ("init", "reboot")
 NOT_ON_THE_CARD = ("boot", "usr/lib/modules", "var/cache", "var/lib/apt", "var/lib/dpkg")

@@ -12,7 +12,7 @@ UP = re.compile(r"^instrument: up with system (\S+) on (\S*)$")
 class EmulatedInstrument(Instrument):
     """An instrument in a folder, whose card is made from Images; Machine switches it on."""
 
-    FOLDERS = ("log", "pictures")
+    FOLDERS = ()
 
     def __init__(self, folder, build, settings, images):
         self._images = images

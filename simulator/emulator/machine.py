@@ -20,7 +20,7 @@ CARD_SLOTS = ("-device", "sdhci-pci,id=slot0", "-device", "sdhci-pci,id=slot1",
 INPUT = ("-device", "qemu-xhci,id=usb", "-device", "usb-tablet,bus=usb.0", "-device", "usb-kbd,bus=usb.0")
 DRIVE = "drive"
 DRIVE_SLOT = ("-device", f"usb-storage,id={DRIVE},drive=stick,bus=usb.0,removable=on")
-CONSOLE = "console=ttyAMA0 quiet vt.global_cursor_default=0 consoleblank=0 fbcon=font:TER16x32"
+CONSOLE = "console=ttyAMA0 quiet vt.cur_default=1 consoleblank=0 fbcon=font:TER16x32"
 POLL_SECONDS = 0.05
 
 
@@ -98,6 +98,10 @@ class Machine:
         except subprocess.TimeoutExpired:
             raise MachineError(f"the instrument did not reboot within {timeout:g} s") from None
 
+    def has_ended(self):
+        """Whether the emulator has ended."""
+        return self._process.poll() is not None
+
     def unplug_drive(self):
         """Takes the USB drive out."""
         with contextlib.suppress(ConnectionError):
@@ -115,7 +119,7 @@ class Machine:
         """Waits for a whole line of the console in which a pattern is found, which it returns as a match."""
         until = time.monotonic() + timeout
         while True:
-            ended = self._process.poll() is not None
+            ended = self.has_ended()
             for line in self.console().split("\n")[:-1]:
                 if found := pattern.search(line):
                     return found
@@ -131,4 +135,5 @@ def _disk(name, image, writes=None):
     if not writes:
         return ["-blockdev", f"{file}{name}-file", "-blockdev", f"driver=raw,file={name}-file,node-name={name}"]
     return ["-blockdev", f"{file}{name}-file", "-blockdev", f"driver=file,filename={writes},node-name={name}-log",
-            "-blockdev", f"driver=blklogwrites,file={name}-file,log={name}-log,log-super-update-interval=1,node-name={name}"]
+            "-blockdev", f"driver=blklogwrites,file={name}-file,log={name}-log,node-name={name},"
+            "log-super-update-interval=1"]  # so that the log can be read at any time

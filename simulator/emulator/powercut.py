@@ -29,10 +29,12 @@ class PowerCut:
     seed: int
     kept: int = 0
     writes: int = 0
-    fault: str | None = None  # of the system that was in use at the next start
+    files: int = 0  # that were looked at of the system that was in use at the next start
+    fault: str | None = None  # what that system lacks
 
     def __str__(self):
-        return f"after {self.kept} of {self.writes} sectors written while {self.command!r} ran; --seed {self.seed} cuts alike"
+        return (f"after {self.kept} of {self.writes} sectors written while {self.command!r} ran; "
+                f"--seed {self.seed} cuts at the same part of them")
 
 
 class CutOff:
@@ -52,22 +54,23 @@ class CutOff:
         machine.cut_power()
         history = History(self.log, self._seed)
         last = len(history.entries)
-        position = random.Random(self._seed).randint(first, last)
+        position = first + round((last - first) * random.Random(self._seed).random())
         history.make_card(self._before, Cut(position, IN_ORDER), self._card.image)
         self._before.unlink()
         self.log.unlink()
         return PowerCut(line, self._seed, position - first, last - first)
 
     def _wait(self, machine, timeout, fits):
-        """Waits for the chosen command with a fitting status; returns its line, and how many writes there were before."""
+        """Waits for the chosen command with a fitting status; returns its line and the number of writes before."""
         until = time.monotonic() + timeout
-        while time.monotonic() < until:
-            writes, so_far = writelog.count(self.log), machine.commands()
+        ended = False
+        while not ended and time.monotonic() < until:
+            ended, writes, so_far = machine.has_ended(), writelog.count(self.log), machine.commands()
             for number in numbers_chosen(self._choice, [line for line, _ in so_far])[:1]:
                 if fits(so_far[number][1]):
                     return so_far[number][0], writes
             time.sleep(POLL_SECONDS)
-        raise MachineError(f"the updater ran no command that begins like {self._choice!r} within {timeout:g} s")
+        raise MachineError(f"the updater has run no command that begins like {self._choice!r}")
 
 
 def system_of_card(card, partition):

@@ -10,10 +10,11 @@ from ..screen import SMALLEST, TouchedScreen
 
 POLL_SECONDS = 0.1
 TABLET_RANGE = 0x7FFF
+NOTICE_HEIGHT = 16
 
 
 class EmulatedScreen(TouchedScreen):
-    """The screen of a Machine that is switched on; a context. `film` takes what is seen by frames(), if there is one."""
+    """A context: the screen of a Machine that is switched on. What frames() yields goes to a `film`, too."""
 
     def __init__(self, machine, size=SMALLEST, film=None):
         self.size = self.width, self.height = size
@@ -35,9 +36,16 @@ class EmulatedScreen(TouchedScreen):
         with contextlib.suppress(ConnectionError):
             self._monitor.execute("screendump", filename=str(self._file))
             content = self._file.read_bytes()
-            if content.startswith(self._header):  # and not QEMU's, before the instrument has a screen
-                self._last = content[len(self._header):]
+            pixels = content[len(self._header):]
+            if content.startswith(self._header) and not self._is_notice(pixels):
+                self._last = pixels
         return self._last
+
+    def _is_notice(self, pixels):
+        """Whether a picture is QEMU's own: one line of small text in the middle, while nothing is drawn."""
+        line = 3 * self.width * NOTICE_HEIGHT
+        start = (self.height // NOTICE_HEIGHT - 1) // 2 * line
+        return any(pixels) and not any(pixels[:start]) and not any(pixels[start + line:])
 
     def frames(self, stopping):
         """Yields pixels() several times a second, until the event `stopping` is set; then once more."""
