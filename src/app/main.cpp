@@ -20,6 +20,10 @@ struct UpdateRequest {
 void prepareEnvironment()
 {
     qputenv("QT_IM_MODULE", "qtvirtualkeyboard");
+    // When Qt Quick's texture of letters grows, as it does with the question, the processor copies
+    // it. The shader that would do so is compiled first, which takes longer.
+    if (!qEnvironmentVariableIsSet("QML_USE_GLYPHCACHE_WORKAROUND"))
+        qputenv("QML_USE_GLYPHCACHE_WORKAROUND", "1");
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QCoreApplication::setOrganizationName(QStringLiteral("zentar"));
     QCoreApplication::setApplicationName(QStringLiteral("vrk-updater"));
