@@ -63,6 +63,7 @@ class Settings:
     delays: dict = field(default_factory=dict)  # the seconds that each takes longer
     signal_at: tuple | None = None  # a signal's name, and the one that brings it
     log_writes: bool = False  # to the card, in the run's folder, where the card before is kept, too (writelog.py)
+    log_commands: bool = True  # what reads command lines needs it, and so does every fault
 
 
 class Instrument:
@@ -185,7 +186,9 @@ class Instrument:
             faults.install_claims(self.root)
         if self.settings.log_writes:
             faults.install_marks(self.root)
-        faults.install_logging_shell(self.root, self.settings.failures, self.settings.delays, self.settings.signal_at)
+        if self.settings.log_commands:
+            faults.install_logging_shell(self.root, self.settings.failures, self.settings.delays,
+                                         self.settings.signal_at)
 
     def plug_in(self, file, name=None):
         """Shows an archive on the USB drive, under its own or another name; returns its path there."""
@@ -195,12 +198,16 @@ class Instrument:
 
     def start_updater(self, arguments, environment, output):
         """Starts the updater as the instrument would; returns the process, which ends with this thread."""
+        return self.start((PROGRAM, *arguments), environment, output)
+
+    def start(self, command, environment, output, stdin=subprocess.DEVNULL):
+        """The same for any command of the instrument."""
         variables = {"PATH": SEARCH_PATH, "HOME": "/root", "LANG": "C.UTF-8", "XDG_RUNTIME_DIR": "/run",
                      "LD_LIBRARY_PATH": LIBRARIES, "QT_QUICK_CONTROLS_CONF": CONTROLS_SETTINGS,
                      **self._build.environment, **environment}
-        start = ["env", "-i", *(f"{name}={value}" for name, value in variables.items()), PROGRAM, *arguments]
+        start = ["env", "-i", *(f"{name}={value}" for name, value in variables.items()), *command]
         return subprocess.Popen([*WITH_PARENT, *self.root.command(*start)],
-                                stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
+                                stdin=stdin, stdout=output, stderr=subprocess.STDOUT)
 
     def refresh(self):
         """What the environment needs for a virtual screen to refresh as a real one does, if the build has it."""

@@ -22,11 +22,11 @@ class Viewer:
     """
 
     def __init__(self, build, document=MAIN, locale=None, environment=None):
-        self._command = [*WITH_PARENT, build.folder / "bin" / "screenviewer",
+        variables = (f"{name}={value}" for name, value in (environment or {}).items())
+        self._command = [*WITH_PARENT, "env", *variables, build.folder / "bin" / "screenviewer",
                          document if document == MAIN else f"file://{document}"]
         if locale:
             self._command.append(build.translations / f"vrk-updater_{locale}.qm")
-        self._environment = environment or {}
         self.faults = []
 
     def __enter__(self):
@@ -35,7 +35,7 @@ class Viewer:
             self._log = stack.enter_context(tempfile.TemporaryFile("w+"))
             self.process = subprocess.Popen(
                 self._command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self._log, text=True,
-                env={**os.environ, **self.screen.environment(), "LANG": "C.UTF-8", **self._environment})
+                env={**os.environ, **self.screen.environment(), "LANG": "C.UTF-8"})
             self._stack = stack.pop_all()
         return self
 

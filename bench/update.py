@@ -1,0 +1,81 @@
+"""Measures what an update takes longer than the commands that it runs, and where its time goes.
+
+In the same simulated instrument, in turns, the updater installs an archive in a silent run, and a shell script
+runs the same command lines. Needs root, loop devices and a build.
+"""
+
+import sys
+import tempfile
+from dataclasses import dataclass, field
+from pathlib import Path
+
+from bench.course import Courses, partition_bytes_for
+from bench.measuring import in_turns, median_of, median_ratio, megabytes, run_tables, table, table_parser
+from simulator import archive
+from simulator.build import require_devices
+from simulator.run import ARCHIVE
+
+HEAD = ["Archive", "Shell script, s", "Updater, s", "Ratio", "Start and end, s", "Archive's test longer by, s",
+        "All other commands, ratio"]
+COMMAND_HEAD = ["Command", "Updater, s", "Script, s"]
+SHOWN_SECONDS = 0.05
+
+
+@dataclass
+class Measured:
+    """The courses of updates with one archive."""
+
+    name: str
+    updater: list = field(default_factory=list)
+    script: list = field(default_factory=list)
+
+    def row(self):
+        """A line of the table of sizes."""
+        mine, others = ([course.seconds for course in courses] for courses in (self.updater, self.script))
+        longer = [own.commands[0] - other.commands[0] for own, other in zip(self.updater, self.script)]
+        rest = [[sum(course.commands[1:]) for course in courses] for courses in (self.updater, self.script)]
+        return [self.name, median_of(others), median_of(mine), median_ratio(mine, others),
+                median_of(course.around for course in self.updater), median_of(longer), median_ratio(*rest)]
+
+    def command_rows(self, lines):
+        """The lines of the table of commands; those of the short ones are one."""
+        seconds = [[[course.commands[at] for course in courses] for courses in (self.updater, self.script)]
+                   for at in range(len(lines))]
+        long = [at for at in range(len(lines)) if float(median_of(seconds[at][1])) >= SHOWN_SECONDS]
+        rows = [["start and end", median_of(course.around for course in self.updater),
+                 median_of(course.around for course in self.script)]]
+        rows += [[f"`{lines[at]}`", *map(median_of, seconds[at])] for at in long]
+        others = [[sum(second for at, second in enumerate(course.commands) if at not in long) for course in courses]
+                  for courses in (self.updater, self.script)]
+        return [*rows, [f"the {len(lines) - len(long)} others together", *map(median_of, others)]]
+
+
+def measure(build, options):
+    measured = []
+    for size in options.sizes:
+        file = archive.sample(build, size)
+        found = Measured(f"{megabytes(file):.0f} MB")
+        with tempfile.TemporaryDirectory() as folder, \
+                Courses(build, Path(folder), partition_bytes_for(size)) as courses:
+            for _ in range(2):
+                courses.by_script(file)  # so that there is as much to be cleared each time
+            ways = [(courses.by_updater, found.updater), (courses.by_script, found.script)]
+            for way, kept in in_turns(ways, options.runs):
+                kept.append(way(file))
+            lines = [line.replace(ARCHIVE, "<archive>") for line in courses.lines]
+        measured.append(found)
+    return "\n\n".join([table(HEAD, [found.row() for found in measured]),
+                        f"Command by command, with the archive of {measured[-1].name}:",
+                        table(COMMAND_HEAD, measured[-1].command_rows(lines))])
+
+
+def main():
+    arguments = table_parser("bench/update", __doc__)
+    arguments.add_argument("--sizes", type=int, nargs="+", default=[4, 16, 64], metavar="FILES",
+                           help="the archives' sizes in files of 8 MiB, about 4.2 MB packed (4 16 64)")
+    options = arguments.parse_args()
+    return run_tables(options, "bench/update", measure, require_devices)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
