@@ -100,11 +100,7 @@ class Courses:
         with on_screen(instrument, self._screen, SILENT, STAMPED) as run:
             observe(run)
             ended = ended_at(run.process)
-        log = run.output()
-        moments = updater_moments(log)
-        if len(moments) < 2:
-            raise OSError(f"the update failed:\n{log}")
-        return Course(ended - begun, durations(moments))
+        return Course(ended - begun, durations(updater_moments(run.output())))
 
     @contextlib.contextmanager
     def _switched_on(self, archive, log_commands=False):
@@ -146,7 +142,7 @@ def ended_at(process):
 
 def updater_moments(log):
     """When each command of an updater began and the last one ended, as its log tells."""
-    lines = [(datetime.datetime.fromisoformat(time).timestamp(), text) for time, text in re.findall(STAMP, log)]
+    lines = [(datetime.datetime.fromisoformat(stamp).timestamp(), text) for stamp, text in re.findall(STAMP, log)]
     moments = [at for at, text in lines if CHECK in text or text.startswith('"')]
     return moments + [at for at, text in lines if text == LAST_DONE]
 
