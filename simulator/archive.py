@@ -167,3 +167,10 @@ def tree(folder):
         return hashlib.sha256(path.read_bytes()).hexdigest() if path.is_file() else None
 
     return {str(path.relative_to(folder)): (oct(path.lstat().st_mode), describe(path)) for path in folder.rglob("*")}
+
+
+def system_of_archive(file):
+    """The system that an archive brings, as tree() tells of it. Raises CalledProcessError when tar fails."""
+    with tempfile.TemporaryDirectory() as folder:
+        subprocess.run(["tar", "-xf", file, "-C", folder], check=True)  # refuses what would lie elsewhere
+        return tree(Path(folder, "usr", "local"))

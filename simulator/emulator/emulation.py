@@ -20,7 +20,7 @@ from .film import Film
 from .images import make_drive, prepare
 from .instrument import UP, EmulatedInstrument
 from .machine import Machine
-from .powercut import CutOff, system_of_archive, system_of_card
+from .powercut import CutOff, system_of_card
 from .screen import EmulatedScreen
 
 BOOT_SECONDS, UPDATE_SECONDS = 300, 900
@@ -82,7 +82,7 @@ class Emulation:
         if self._film:
             self._film.save(self._options.film)
         if cut:
-            expected = old if update["partition"] == before["partition"] else system_of_archive(self._archive)
+            expected = old if update["partition"] == before["partition"] else archive.system_of_archive(self._archive)
             found = system_of_card(self._instrument.card, update["partition"])
             cut.files = len(expected)
             cut.fault = difference(expected, {name: found[name] for name in found.keys() & expected.keys()})

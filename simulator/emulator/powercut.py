@@ -6,7 +6,6 @@ or mix up writes are the subject of ./simulate --power-cuts.
 """
 
 import random
-import tarfile
 import tempfile
 import time
 from dataclasses import dataclass
@@ -78,10 +77,3 @@ def system_of_card(card, partition):
     with tempfile.TemporaryDirectory() as folder:
         card.copy_out(partition, folder)
         return archive.tree(Path(folder))
-
-
-def system_of_archive(file):
-    """The system that an archive brings."""
-    with tempfile.TemporaryDirectory() as folder, tarfile.open(file) as members:
-        members.extractall(folder)
-        return archive.tree(Path(folder, "usr", "local"))
