@@ -109,11 +109,11 @@ def require_devices():
         raise NotPossible("needs root and loop devices for the instrument's partitions")
 
 
-def require_logging():
-    """Raises NotPossible where what is written to the instrument's card cannot be logged."""
+def require_served_card():
+    """Raises NotPossible where nothing can stand between the instrument and its card, to log writes or fail."""
     require_devices()
     if not os.path.exists("/dev/fuse"):
-        raise NotPossible("needs /dev/fuse to log what is written to the instrument's card")
+        raise NotPossible("needs /dev/fuse to log what is written to the instrument's card, or to let the card fail")
 
 
 def make(*kind):

@@ -1,11 +1,13 @@
 """The instrument's MMC card: an image file with a partition table, a root partition and two system partitions."""
 
+import contextlib
 import errno
 import fcntl
 import hashlib
 import os
 import struct
 import subprocess
+import tarfile
 import tempfile
 
 MIB = 1024 * 1024
@@ -16,8 +18,9 @@ MARKS, MARK_OFFSET = "marks", 1 * MIB  # a sector before the partitions, where a
 PARTITIONS = ("mmcblk1p3", "mmcblk1p4")
 TABLE, TABLE_ENTRY = 446, struct.Struct("<8xII")  # where it lies in the image; first sector and number of sectors
 
-LOOP_CTL_GET_FREE, LOOP_CONFIGURE = 0x4C82, 0x4C0A
+LOOP_CTL_GET_FREE, LOOP_CONFIGURE, BLKROSET = 0x4C82, 0x4C0A, 0x125D
 READ_ONLY, AUTOCLEAR, DIRECT_IO = 1, 4, 16
+WRITABLE = struct.pack("=I", 0)
 
 
 def other_partition(name):
@@ -92,6 +95,7 @@ class Card:
                 device = os.open(f"/dev/loop{fcntl.ioctl(control, LOOP_CTL_GET_FREE)}", os.O_RDWR)
                 try:
                     fcntl.ioctl(device, LOOP_CONFIGURE, configuration)
+                    fcntl.ioctl(device, BLKROSET, WRITABLE)
                     return device
                 except OSError as error:
                     os.close(device)
@@ -101,8 +105,16 @@ class Card:
     def detach(self):
         """Lets go of the loop devices, which end with their last mount."""
         for device in self._devices.values():
+            fcntl.ioctl(device, BLKROSET, WRITABLE)  # what a fault has set would stay with the device
             os.close(device)
         self._devices = {}
+
+    def recover(self):
+        """Finishes in each partition what its journal holds, as the next mount would; while it is not attached."""
+        for name in (ROOT, *PARTITIONS):
+            place = f"{self.image}?offset={self.region(name)[0]}"
+            subprocess.run(["e2fsck", "-y", "-E", "journal_only", place], check=False, stdout=subprocess.DEVNULL,
+                           stderr=subprocess.DEVNULL)
 
     def debugfs(self, partition, request, *options):
         """The answer of debugfs to a request about a partition."""
@@ -124,6 +136,18 @@ class Card:
     def copy_out(self, partition, folder):
         """Copies all that lies on a partition into a folder."""
         self.debugfs(partition, f"rdump / {folder}")
+
+    @contextlib.contextmanager
+    def packed(self, partition):
+        """All that lies on a partition as an open tar file, to be read once from its beginning."""
+        start, size = self.region(partition)
+        with tempfile.TemporaryDirectory() as folder:
+            # In a namespace of its own: what else starts meanwhile would otherwise keep the mount.
+            script = 'mount -t ext4 -o "ro,loop,offset=$1,sizelimit=$2" "$3" "$4" && tar -C "$4" -cf - .'
+            packing = subprocess.Popen(["unshare", "--mount", "sh", "-c", script, "sh", str(start), str(size), self.image,
+                                        folder], stdout=subprocess.PIPE)
+            with packing, tarfile.open(fileobj=packing.stdout, mode="r|") as members:
+                yield members
 
     def digest(self, partition):
         """A digest of a partition's bytes but for those that each mount writes: superblock and journal."""

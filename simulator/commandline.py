@@ -7,7 +7,8 @@ import subprocess
 import sys
 from pathlib import Path
 
-from .build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, NotPossible, make, require_devices, require_logging
+from .build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, NotPossible, make, require_devices, require_served_card
+from .faults import KINDS
 from .languages import LOCALES
 from .screen_names import SIGNAL_SCREENS
 
@@ -50,6 +51,19 @@ def seconds_at_command(text):
     if not re.fullmatch(r"\d+(\.\d+)?", seconds) or not beginning:
         raise argparse.ArgumentTypeError(f'{text!r} is not seconds, @, and how a command begins, as "3@tar xvzf"')
     return command(beginning), float(seconds)
+
+
+def failing_command(text):
+    """The fault that --fail means."""
+    return "exit", command(text)
+
+
+def fault_at_command(text):
+    """KIND@COMMAND as a pair of the kind of fault and the command."""
+    kind, _, beginning = text.partition("@")
+    if kind not in KINDS or not beginning:
+        raise argparse.ArgumentTypeError(f"{text!r} is not one of {', '.join(KINDS)}, @, and how a command begins")
+    return kind, command(beginning)
 
 
 def screen_size(text):
@@ -109,19 +123,22 @@ def make_parser():
                             help="what flashing ends with, for example 58 (0: success)")
     instrument.add_argument("--language", type=int, choices=range(1, len(LOCALES) + 1), metavar="N", default=1,
                             help=f"language number of the settings, 1 to {len(LOCALES)} (1: English)")
-    instrument.add_argument("--fail", type=command, action="append", default=[], metavar="COMMAND",
+    instrument.add_argument("--fail", type=failing_command, action="append", default=[], metavar="COMMAND", dest="fault",
                             help='commands of the updater that begin like this fail: "mount /dev"; only the second '
-                            'of them: "sync#2" (so in --delay and --signal, too)')
+                            'of them: "sync#2" (so in the next three, too)')
+    instrument.add_argument("--fault", type=fault_at_command, action="append", default=[], metavar="KIND@COMMAND",
+                            help='such commands meet another fault: "full@tar xvzf"; of '
+                            + ", ".join(kind for kind in KINDS if kind != "exit"))
     instrument.add_argument("--delay", type=seconds_at_command, action="append", default=[], metavar="S@COMMAND",
                             help='such commands take S seconds longer: "3@tar xvzf"')
 
     operator = parser.add_argument_group("The operator (virtual screen)")
     operator.add_argument("--answer", choices=("yes", "no"), default="yes", metavar="yes|no",
                           help="to the question (%(default)s)")
-    operator.add_argument("--signal", type=signal_at_moment, metavar="NAME@MOMENT",
+    operator.add_argument("--signal", type=signal_at_moment, action="append", default=[], metavar="NAME@MOMENT",
                           help="sends the updater TERM, INT or KILL when a screen comes, as TERM@confirm (of "
-                          f"{', '.join(SIGNAL_SCREENS)}), or before the first command that begins like this: "
-                          '"TERM@tar xvzf"')
+                          f"{', '.join(SIGNAL_SCREENS)}), in the board's flash (flash), or before the first command that "
+                          'begins like this: "TERM@tar xvzf"; given twice it comes twice')
     operator.add_argument("--size", type=screen_size, metavar="WxH", default=(800, 480),
                           help="of the screen (800x480)")
     operator.add_argument("--virtual", action="store_true",
@@ -168,7 +185,7 @@ def parse(arguments):
         parser.error("--make-card needs the --seed of the run")
     if options.silent and options.answer == "no":
         parser.error("--answer no does not go with --silent, where nothing is asked")
-    if options.archive and not options.archive.is_file():
+    if options.archive and not options.archive.exists():
         parser.error(f"there is no archive {options.archive}")
     return options
 
@@ -181,7 +198,8 @@ def main():
         if options.make_card:
             from .powercuts import make_card
             return make_card(options)
-        (require_logging if options.power_cuts else require_devices)()
+        served = options.power_cuts or any(kind == "io" for kind, _ in options.fault)
+        (require_served_card if served else require_devices)()
         folder = options.build.absolute() if options.build else make(*["--arm"] * options.arm)
         from .simulation import simulate  # What it imports may have been installed only now.
         if options.power_cuts:

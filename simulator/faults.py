@@ -1,5 +1,5 @@
-"""The shell of the instrument, which notes the updater's command lines and lets some of them fail, wait or
-bring a signal; and stand-ins for commands that only claim to work.
+"""The shell of the instrument, which notes the updater's command lines and lets some of them meet a fault, wait
+or bring a signal; and stand-ins for commands that only claim to work.
 
 Of the command lines one is chosen by how it begins. "sync#2" chooses the second that begins with "sync";
 without such a number all of them are chosen, and the first for a signal.
@@ -7,13 +7,31 @@ without such a number all of them are chosen, and the first for a signal.
 
 import re
 import shlex
+from pathlib import Path
 
 from .card import MARKS, SECTOR
 
 LOG_FOLDER = "/opt/simulator/log"
 COMMAND_LOG = "commands.log"
+HANGING, RELEASED, IO_ERROR = "hanging", "released", "io-error"  # files there, which faults.sh knows
 UPDATER_NAME = "vrk-updater"
 MARK_COMMAND = "/opt/simulator/mark"
+SIGNAL_PAUSE = 0.3  # seconds after each signal, in which the updater takes notice of it
+
+NOT_RUN = ("exit", "signal", "claim", "no-shell")
+
+# What a command line meets, by the names of --fault, and what the shell does for it.
+KINDS = {
+    "exit": "fail 1",
+    "signal": "die",
+    "claim": "fail 0",
+    "no-shell": "fail 127",  # what system() tells then
+    "hang": "hang",
+    "full": "make_full",
+    "read-only": "make_read_only",
+    "io": "break_card",
+    "unplug": "pull_drive",
+}
 
 # The kernel names the process that asks, so scripts and commands further down are not noted.
 LOGGING_SHELL = """\
@@ -21,7 +39,8 @@ LOGGING_SHELL = """\
 IFS= read -r asking < /proc/$PPID/comm
 [ "$asking" = {updater} ] && [ "$1" = -c ] || exec /bin/dash "$@"
 [ "$2" = -- ] && line=$3 || line=$2
-printf '%s' "$line" >> {log}
+log={log} new={new}
+printf '%s' "$line" >> $log/commands.log
 [ ! -x {mark} ] || {mark} "$line"
 
 # How many command lines begin like that, this one included.
@@ -29,21 +48,16 @@ count() {{
     number=0
     while IFS= read -r noted || [ -n "$noted" ]; do
         case $noted in "$1"*) number=$((number + 1)) ;; esac
-    done < {log}
+    done < $log/commands.log
     echo $number
 }}
 
-failing=no
+{faults}
 {rules}
-if [ $failing = yes ]; then
-    echo "simulated failure: $line" >&2
-    status=1
-else
-    /bin/dash "$@"
-    status=$?
-fi
-printf '\\t%s\\n' $status >> {log}
-exit $status
+/bin/dash "$@"
+status=$?
+$after
+finish $status
 """
 
 # Past the kernel's memory, so that the mark comes after all that has been written to the card, and before what follows.
@@ -59,21 +73,19 @@ CLAIMS = {
 }
 
 
-def install_logging_shell(root, failures=(), delays=None, signal_at=None):
+def install_logging_shell(root, faults=(), delays=None, signals=(), new_partition=""):
     """Replaces /bin/sh by one that notes each command line of the updater, and its exit status behind a tab.
 
-    failures are choices of command lines that fail without being run, delays maps choices to seconds that
-    pass before the command, and signal_at is a signal's name and the choice of the command line that
-    brings it: the updater has it before the command starts.
+    faults are pairs of one of KINDS and the choice of the command lines that meet it, delays maps choices to
+    seconds that pass before the command, and signals are pairs of a signal's name and the choice of the command
+    line that brings it: the updater has it before the command starts.
     """
-    rules = []
-    if signal_at:
-        name, choice = signal_at
-        rules.append(_rule(choice, f"kill -{name} $PPID", each=False))
+    rules = [_rule(choice, f"kill -{name} $PPID; sleep {SIGNAL_PAUSE}", each=False) for name, choice in signals]
     rules += [_rule(choice, f"sleep {seconds}") for choice, seconds in (delays or {}).items()]
-    rules += [_rule(choice, "failing=yes") for choice in failures]
+    rules += [_rule(choice, KINDS[kind]) for kind, choice in faults]
     root.write("/usr/bin/sh", LOGGING_SHELL.format(
-        updater=UPDATER_NAME, log=f"{LOG_FOLDER}/{COMMAND_LOG}", mark=MARK_COMMAND, rules="\n".join(rules)), executable=True)
+        updater=UPDATER_NAME, log=LOG_FOLDER, new=new_partition, mark=MARK_COMMAND, rules="\n".join(rules),
+        faults=Path(__file__).with_name("faults.sh").read_text(encoding="utf-8")), executable=True)
 
 
 def install_marks(root):
@@ -103,8 +115,8 @@ def _rule(choice, action, each=True):
     beginning, number = _read(choice)
     if not (number or each):
         number = 1
-    which = f"[ $(count {shlex.quote(beginning)}) -eq {number} ] && " if number else ""
-    return f"case $line in {shlex.quote(beginning)}*) {which}{action} ;; esac"
+    which = f"[ $(count {shlex.quote(beginning)}) -ne {number} ] || " if number else ""
+    return f"case $line in {shlex.quote(beginning)}*) {which}{{ {action}; }} ;; esac"
 
 
 def _read(choice):

@@ -85,7 +85,7 @@ SCENES = {
     "no library": Scene((ERROR, LEAVING), Settings(initialize_result=5)),
     "missing": Scene((YES, ERROR, LEAVING), arguments=("-u", MISSING_ARCHIVE)),
     "corrupt": Scene((YES, ERROR, LEAVING), arguments=("-u", CORRUPT_ARCHIVE)),
-    "failed": Scene((YES, ERROR, LEAVING), Settings(failures=("umount",))),
+    "failed": Scene((YES, ERROR, LEAVING), Settings(faults=(("exit", "umount"),))),
     "board": Scene((YES, ERROR, LEAVING), Settings(board_result=58, page_ms=2)),
 }
 

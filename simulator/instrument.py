@@ -12,15 +12,16 @@ import re
 import stat
 import subprocess
 import tempfile
+import time
 from dataclasses import dataclass, field
 from pathlib import Path
 
 from . import archive, faults
 from .build import SCREEN_VSYNC
-from .card import MIB, PARTITIONS, ROOT, Card
-from .logged_card import LoggedCard
+from .card import MIB, PARTITIONS, ROOT, Card, other_partition
 from .namespaces import WITH_PARENT
 from .rootfs import RootFileSystem
+from .served_card import breaking_card, logged_card
 
 OLDER_VERSION = "3.3.0"
 PROGRAM = "/opt/vrk-updater/vrk-updater"
@@ -59,9 +60,9 @@ class Settings:
     initialize_result: int = 0
     initialize_ms: int = 200
     # Of the updater's command lines, chosen by their beginnings (faults.py):
-    failures: tuple = ()  # those that fail
+    faults: tuple = ()  # pairs of a kind of fault and those that meet it
     delays: dict = field(default_factory=dict)  # the seconds that each takes longer
-    signal_at: tuple | None = None  # a signal's name, and the one that brings it
+    signals: tuple = ()  # pairs of a signal's name and the one that brings it
     log_writes: bool = False  # to the card, in the run's folder, where the card before is kept, too (writelog.py)
     log_commands: bool = True  # what reads command lines needs it, and so does every fault
 
@@ -81,6 +82,7 @@ class Instrument:
         self.root = self.run_folder = self._power = None
         self._build = build
         self._devices = {}
+        self._new_partition = ""
         for name in self.FOLDERS:
             (folder / name).mkdir(parents=True, exist_ok=True)
         if not (folder / "instrument.json").exists():
@@ -115,9 +117,11 @@ class Instrument:
         self.run_folder = self.new_run_folder()
         with contextlib.ExitStack() as power:
             if self.card:
-                logged = self._log_writes(power) if self.settings.log_writes else None
+                self._new_partition = other_partition(self.configured_partition() or PARTITIONS[0])
+                served = self._served_card()
+                file = power.enter_context(served).file if served else None
                 power.callback(self.card.detach)
-                self._devices = self.card.attach(logged)
+                self._devices = self.card.attach(file)
             self.root = RootFileSystem(self.folder / "memory", self._build.base)
             power.callback(self.root.close)
             self._mount_systems()
@@ -140,11 +144,22 @@ class Instrument:
 
     def __exit__(self, *_):
         self._power.close()
+        if self._breaks:
+            self.card.recover()
 
-    def _log_writes(self, power):
-        """Keeps the card as it is, and returns the file that stands for it while the power is on."""
-        subprocess.run(["cp", "--sparse=always", self.card.image, self.run_folder / CARD_BEFORE], check=True)
-        return power.enter_context(LoggedCard(self.card.image, self.run_folder / WRITE_LOG)).file
+    def _served_card(self):
+        """What stands for the card's image while the power is on; None for the image itself."""
+        if self.settings.log_writes:
+            subprocess.run(["cp", "--sparse=always", self.card.image, self.run_folder / CARD_BEFORE], check=True)
+            return logged_card(self.card.image, self.run_folder / WRITE_LOG)
+        if self._breaks:
+            return breaking_card(self.card.image, self.run_folder / faults.IO_ERROR)
+        return None
+
+    @property
+    def _breaks(self):
+        """Whether the card is to read and write nothing from a moment on."""
+        return bool(self.card) and any(kind == "io" for kind, _ in self.settings.faults)
 
     def _mount_systems(self):
         if self.card:
@@ -187,11 +202,12 @@ class Instrument:
         if self.settings.log_writes:
             faults.install_marks(self.root)
         if self.settings.log_commands:
-            faults.install_logging_shell(self.root, self.settings.failures, self.settings.delays,
-                                         self.settings.signal_at)
+            faults.install_logging_shell(self.root, self.settings.faults, self.settings.delays, self.settings.signals,
+                                         self._new_partition)
 
     def plug_in(self, file, name=None):
         """Shows an archive on the USB drive, under its own or another name; returns its path there."""
+        self.root.mount_memory(DRIVE)
         path = f"{DRIVE}/{name or file.name}"
         self.root.bind(file, path, "ro")
         return path
@@ -220,6 +236,20 @@ class Instrument:
     def commands(self):
         """The command lines that the updater has given to the shell, each with its exit status once it has ended."""
         return read_commands(self.run_folder)
+
+    def wait_for_commands(self, timeout=10):
+        """Waits until the last command has ended, which goes on when the updater is killed."""
+        until = time.monotonic() + timeout
+        while self.commands() and self.commands()[-1][1] is None and time.monotonic() < until:
+            time.sleep(0.02)
+
+    def hangs(self):
+        """Whether a command hangs until release()."""
+        return (self.run_folder / faults.HANGING).exists() and not (self.run_folder / faults.RELEASED).exists()
+
+    def release(self):
+        """Lets a command that hangs go on, and all that would hang after it."""
+        (self.run_folder / faults.RELEASED).touch()
 
     def mounted_partition(self):
         """The partition mounted on /usr/local, or None."""

@@ -6,7 +6,7 @@ import signal
 from dataclasses import dataclass, replace
 from pathlib import Path
 
-from .faults import numbers_chosen
+from .faults import NOT_RUN, numbers_chosen
 from .screen_names import ENDINGS
 
 SYSTEM = "usr/local"
@@ -24,6 +24,7 @@ BOARD_COMPARED = "New ATMEGA version: "
 BOARD_DONE = ("ATMEGA Firmware upgrade successfully", "Versions are the same, ignoring ATMEGA update",
               "Measurement board not connected, ignoring ATMEGA update")
 SILENT_END = "Update finished successfully, please reboot the device"
+COMMAND_TOLD = re.compile('^"(.*)"$', re.MULTILINE)
 FLASH_FAILED = re.compile(r"Error upgrading firmware\. Error return:  (-?\d+)\n(.*)")
 SCRIPT_FAILED = re.compile("CSetup script failed|prepare setup failed")
 PROGRESS = "Progress update: "  # which another thread writes between a command's lines
@@ -66,13 +67,13 @@ class Outcome:
                 + (f'; on the screen: "{self.words}"' if self.words else ""))
 
 
-def outcome(findings, log, root=None, failures=()):
+def outcome(findings, log, root=None, faults=()):
     """The Outcome of a run.
 
     findings holds the updater's exit status, the screens passed (none where nobody watched), the commands
     with their exit statuses, the answer that was given to the question, and the signal and moment that
     came; log is the updater's output, root the folder that shows the instrument's files afterwards, and
-    failures are the choices of commands that were to fail.
+    faults are the kinds of faults and the choices of the commands that were to meet them.
     """
     status, asked_to_end = findings["exit_status"], findings["signal"]
     screens = {screen["name"] for screen in findings["screens"]}
@@ -88,7 +89,7 @@ def outcome(findings, log, root=None, failures=()):
         return _stopped(findings)
     if over or status == 1:
         failure = (_failure_at_the_board(log, root) if installed
-                   else _failure(findings["commands"], log, root, failures))
+                   else _failure(findings["commands"], log, root, faults))
         if failure:
             return replace(failure, words=None) if status == 1 else failure  # which shows no screen for long
     if not screens and not findings["commands"]:
@@ -126,7 +127,7 @@ def _killed(status, findings):
     return Outcome("failed", reason=f"the updater was ended by {name}")
 
 
-def _failure(commands, log, root, failures):
+def _failure(commands, log, root, faults):
     """The Outcome of a run that ended on an error screen; None when it cannot be told which."""
     if LIBRARY_READY not in log:
         return Outcome("failed", "the start of the instrument library", words=NO_LIBRARY)
@@ -141,9 +142,17 @@ def _failure(commands, log, root, failures):
     if line.startswith("mount |"):
         return Outcome("failed", line, status, BROKEN, "both system partitions are mounted, or neither")
     if not status:
-        return None
+        return _failure_without_shell(commands, log)
     words = CORRUPT if line.startswith(ARCHIVE_TEST) else BROKEN
-    return Outcome("failed", line, status, words, _reason(commands, log, root, failures))
+    return Outcome("failed", line, status, words, _reason(commands, log, root, faults))
+
+
+def _failure_without_shell(commands, log):
+    """The Outcome where the updater tells of a command that no shell has noted; None when it does not."""
+    line = COMMAND_TOLD.findall(log)[-1:]
+    if not line or line[0] in [noted for noted, _ in commands]:
+        return None
+    return Outcome("failed", line[0], words=BROKEN, reason="the shell /bin/sh could not be started")
 
 
 def _failure_at_the_board(log, root):
@@ -159,12 +168,13 @@ def _failure_at_the_board(log, root):
                    reason=f"the new system brings no file ZEPRA_AFW_<version>.hex in /{FIRMWARE_FOLDER}")
 
 
-def _reason(commands, log, root, failures):
+def _reason(commands, log, root, faults):
     """Why the last command failed, as far as that is known."""
     lines = [line for line, _ in commands]
     program = lines[-1].split()[0]
-    if any(len(lines) - 1 in numbers_chosen(choice, lines) for choice in failures):
-        return "simulated by --fail"
+    simulated = _simulated(lines, faults)
+    if simulated:
+        return simulated
     if root and program.startswith("/") and not Path(f"{root}{program}").exists():
         empty = not set(os.listdir(Path(root, SYSTEM))) - {"lost+found"}
         return f"the archive brings nothing below {SYSTEM}" if empty else f"the new system has no {program}"
@@ -172,6 +182,12 @@ def _reason(commands, log, root, failures):
     if own_words and own_words.endswith(f"{program}: not found") and root and program.startswith("/"):
         return f"{program} is there, but not the program that its first line names"
     return own_words
+
+
+def _simulated(lines, faults):
+    """Which fault that keeps a command from running the last one met on demand, None when it met none."""
+    kind = next((kind for kind, choice in faults if kind in NOT_RUN and len(lines) - 1 in numbers_chosen(choice, lines)), None)
+    return kind and f"simulated by --{'fail' if kind == 'exit' else f'fault {kind}'}"
 
 
 def _own_words(line, log):

@@ -1,12 +1,10 @@
 """Every power cut of an update: a run whose writes to the card are logged, and the card that each cut leaves."""
 
-import contextlib
 import json
 import random
 import shlex
 import shutil
 import tempfile
-import threading
 import time
 from dataclasses import asdict, dataclass, replace
 from pathlib import Path
@@ -16,7 +14,7 @@ from .card import MIB
 from .cuts import IN_ORDER, NOTHING, Cut, History, cuts_between_flushes, every_cut
 from .instrument import BOARD_STATE, CARD_BEFORE, DRIVE, WRITE_LOG, Instrument
 from .judge import MEMORY, NEW, Judge, look_at_all, verdict
-from .simulation import settings_of, whole_run
+from .simulation import as_soon_as, settings_of, whole_run
 
 BROKEN_STATUS = 1
 SHORT = "short"
@@ -25,7 +23,6 @@ HEADINGS = {"running": "While this ran", "points": "Points", "old": "Whole old",
 FLASH_MARK, END_MARK = "the board's flash", "the end, switching off"
 LEAST_PARTITION = 64 * MIB
 PARTS, SHORT_PARTS = 5, 200  # random parts: at each entry of the log, or in all
-POLL_SECONDS = 0.005
 LABEL_LENGTH, BROKEN_TOLD = 60, 10
 
 
@@ -101,25 +98,13 @@ def _update(instrument, file, options):
     return findings
 
 
-@contextlib.contextmanager
 def _flash_seen(instrument):
     """Meanwhile marks the beginning of the board's flash, and keeps what a cut in it would leave of the board."""
-    ended = threading.Event()
+    def mark():
+        shutil.copy(instrument.folder / "board" / BOARD_STATE, instrument.run_folder)
+        instrument.mark(FLASH_MARK)
 
-    def watch():
-        while not ended.wait(POLL_SECONDS):
-            if not instrument.board_version():
-                shutil.copy(instrument.folder / "board" / BOARD_STATE, instrument.run_folder)
-                instrument.mark(FLASH_MARK)
-                return
-
-    watcher = threading.Thread(target=watch)
-    watcher.start()
-    try:
-        yield
-    finally:
-        ended.set()
-        watcher.join()
+    return as_soon_as(lambda: not instrument.board_version(), mark)
 
 
 def _judged(instrument, history, cuts, findings):

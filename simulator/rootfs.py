@@ -54,8 +54,8 @@ class RootFileSystem(Tree):
             place.mkdir(parents=True)
         os.setxattr(upper / "usr" / "local", "trusted.overlay.opaque", b"y")  # empty, whatever the base has
         mount("-t", "overlay", "-o", f"lowerdir={base},upperdir={upper},workdir={work}", "instrument", self.path)
-        for name, mode in (("tmp", "1777"), ("run", "0700"), ("dev", "0755"), ("media", "0755")):
-            mount("-t", "tmpfs", "-o", f"mode={mode}", name, self.path / name)
+        for path, mode in (("/tmp", "1777"), ("/run", "0700"), ("/dev", "0755"), ("/media", "0755")):
+            self.mount_memory(path, mode)
         mount("-t", "proc", "proc", self.path / "proc")
         mount("-t", "sysfs", "-o", "ro", "sysfs", self.path / "sys")
         self._make_devices()
@@ -91,6 +91,13 @@ class RootFileSystem(Tree):
             except OSError:  # It has ended.
                 continue
         return found
+
+    def mount_memory(self, path, mode="0755"):
+        """Makes a folder a file system of its own, which is empty at first; does nothing when it is one already."""
+        place = self.inside(path)
+        place.mkdir(exist_ok=True)
+        if not place.is_mount():
+            mount("-t", "tmpfs", "-o", f"mode={mode}", path, place)
 
     def bind(self, source, path, *options):
         """Shows a file or folder from outside at a path of the instrument."""

@@ -1,5 +1,7 @@
-"""The names of the updater's screens, which operator.py tells apart."""
+"""The names of the updater's screens, which operator.py tells apart, and of what a signal can come with."""
 
 SCREENS = ("loaded", "welcome", "confirm", "checking", "installing", "final", "error", "end", "leaving")
 ENDINGS = ("final", "error", "end")
 SIGNAL_SCREENS = tuple(name for name in SCREENS if name != "loaded")  # which is too brief to be waited for
+FLASH = "flash"  # of the board
+MOMENTS = (*SCREENS, FLASH)

@@ -1,5 +1,6 @@
 """One update as ./simulate makes it: the instrument, its screen, the operator before it, the report."""
 
+import contextlib
 import fcntl
 import functools
 import os
@@ -7,20 +8,21 @@ import re
 import shutil
 import signal
 import sys
+import threading
 import time
 from pathlib import Path
 
 from . import SOURCES, archive, report
 from .build import Build
 from .card import MIB
-from .faults import numbers_chosen
+from .faults import SIGNAL_PAUSE, numbers_chosen
 from .instrument import SYSTEM, VERSION_FILE, Instrument, Settings
 from .namespaces import run_isolated
 from .operator import Operator
 from .outcome import DEAF, outcome, remarks
 from .run import UPDATER_LOG, on_screen, qml_faults, updater
 from .screen import Screen
-from .screen_names import SCREENS, SIGNAL_SCREENS
+from .screen_names import FLASH, MOMENTS, SCREENS, SIGNAL_SCREENS
 from .watcher import Watcher
 
 AUTHORITY = "/opt/simulator/Xauthority"
@@ -28,6 +30,8 @@ ROOM = 128 * MIB
 SMALL_BALLAST_FILES = 2
 HINTS = {"checking": ', which may be too brief to be seen: --delay "2@gzip -t" makes it last',
          "loaded": ", which is too brief to be seen"}
+POLL_SECONDS = 0.005
+CHANGES_SEEN, STANDSTILL_SECONDS = 4, 10  # changes of the screen that show it alive, and how long they are waited for
 PARTITION_FULL = re.compile(r"No space left on device|Wrote only \d+ of")  # tar says this of a file that fits in part
 
 
@@ -72,8 +76,8 @@ def settings_of(options, unpacked):
         options.running_version or Settings.running_version, options.board_version or Settings.board_version,
         options.partition_size * MIB if options.partition_size else partition_bytes_for(unpacked),
         language=options.language, board_connected=options.board == "connected", board_result=options.board_result,
-        failures=tuple(options.fail), delays=dict(options.delay),
-        signal_at=options.signal if options.signal and options.signal[1] not in SCREENS else None)
+        faults=tuple(options.fault), delays=dict(options.delay),
+        signals=tuple((name, moment) for name, moment in options.signal if moment not in MOMENTS))
 
 
 def partition_bytes_for(unpacked):
@@ -109,7 +113,7 @@ def whole_run(instrument, arguments, options):
     findings["commands"] = instrument.commands()
     note_moments(options, findings)
     log = (instrument.run_folder / UPDATER_LOG).read_text(errors="replace")
-    findings["update"] = outcome(findings, log, instrument.root.path, options.fail)
+    findings["update"] = outcome(findings, log, instrument.root.path, options.fault)
     findings["remarks"] += remarks(findings, log)
     return findings
 
@@ -133,59 +137,102 @@ def warn_of_small_card(instrument, wanted_mib, unpacked):
 
 
 def note_moments(options, findings):
-    """Adds to the findings the signal that the updater got, and remarks on moments that never came."""
-    name, moment = options.signal or (None, None)
+    """Adds to the findings the signal that the updater got first, and remarks on moments that never came."""
     commands = [line for line, _ in findings["commands"]]
-    asked = [("--fail", choice) for choice in options.fail] + [("--delay", choice) for choice, _ in options.delay]
-    if name and moment not in {screen["name"] for screen in findings["screens"]}:
-        asked.append(("--signal", moment))
+    came = {screen["name"] for screen in findings["screens"]} | set(findings.pop("moments"))
+    asked = [("--fail" if kind == "exit" else "--fault", choice) for kind, choice in options.fault]
+    asked += [("--delay", choice) for choice, _ in options.delay]
+    asked += [("--signal", moment) for _, moment in options.signal if moment not in came]
     missed = [(option, choice) for option, choice in asked if not numbers_chosen(choice, commands)]
-    findings["remarks"] += [f'{option}: no "{choice}" came{_hint(option, choice)}' for option, choice in missed]
-    deaf = name == "INT" and moment not in SCREENS
+    findings["remarks"] += [f'{option}: no "{choice}" came{_hint(option, choice)}' for option, choice in dict.fromkeys(missed)]
+    deaf = [(name, moment) for name, moment in options.signal if name == "INT" and moment not in MOMENTS]
     if deaf:
         findings["remarks"].append(f"--signal{DEAF}")
-    findings["signal"] = None if deaf or ("--signal", moment) in missed else options.signal
+    got = [asked for asked in options.signal if asked not in deaf and ("--signal", asked[1]) not in missed]
+    findings["signal"] = got[0] if got else None
 
 
 def _hint(option, choice):
     """What may help with a moment that has not come."""
     if option != "--signal":
         return ""
-    return HINTS.get(choice, "" if choice in SCREENS else f"; the screens are {', '.join(SIGNAL_SCREENS)}")
+    return HINTS.get(choice, "" if choice in MOMENTS else f"; the screens are {', '.join(SIGNAL_SCREENS)}")
 
 
 def operate(instrument, arguments, options):
     """Runs the updater until it ends by itself, on this display or before an operator; returns findings."""
-    name, moment = options.signal or ("TERM", None)
     if os.environ.get("DISPLAY") and not options.virtual:
-        if moment in SCREENS:
+        if any(moment in SCREENS for _, moment in options.signal) or any(kind == "hang" for kind, _ in options.fault):
             raise OSError("screens are recognised on the virtual screen only: add --virtual")
         with updater(instrument, arguments, this_display(instrument)) as running:
             return ended(running, time.monotonic())
     pictures = instrument.run_folder / "pictures"
     pictures.mkdir()
+    moments, remarks = [], []
     with Screen(*options.size) as screen, Watcher(screen) as watcher:
         started = time.monotonic()
         with on_screen(instrument, screen, arguments) as running:
-            send = functools.partial(running.process.send_signal, signal.Signals[f"SIG{name}"])
-            hooks = {moment: send, "stopped": running.process.kill}
-            with Operator(watcher, pictures, options.answer, hooks) as operator:
+            hooks = {moment: functools.partial(send, running, moment, options.signal, moments) for moment in MOMENTS}
+            hooks["stopped"] = running.process.kill
+            with (as_soon_as(lambda: not instrument.board_version(), hooks[FLASH]),
+                  as_soon_as(instrument.hangs, lambda: release(instrument, watcher, remarks)),
+                  Operator(watcher, pictures, options.answer, hooks) as operator):
                 findings = ended(running, started)
     findings["screens"] = [vars(passed) for passed in operator.passed]
-    findings["answer"] = operator.answered
-    findings["remarks"] += operator.remarks
+    findings["answer"], findings["moments"] = operator.answered, moments
+    findings["remarks"] += operator.remarks + remarks
     return findings
+
+
+def send(running, moment, signals, moments):
+    """Sends the signals that a moment brings, and notes it as come."""
+    moments.append(moment)
+    for name in [name for name, asked in signals if asked == moment]:
+        running.process.send_signal(signal.Signals[f"SIG{name}"])
+        time.sleep(SIGNAL_PAUSE)
+
+
+def release(instrument, watcher, remarks):
+    """Lets a command that hangs go on once the screen was seen alive; without that after some seconds."""
+    until, seen = time.monotonic() + STANDSTILL_SECONDS, set()
+    while len(seen) <= CHANGES_SEEN and time.monotonic() < until:
+        seen.add(watcher.changed)
+        time.sleep(POLL_SECONDS)
+    if len(seen) <= CHANGES_SEEN:
+        remarks.append(f"the screen stood still for {STANDSTILL_SECONDS} s while a command hung")
+    instrument.release()
+
+
+@contextlib.contextmanager
+def as_soon_as(condition, action):
+    """Meanwhile a thread waits for the condition, and then acts, once."""
+    over = threading.Event()
+
+    def wait():
+        while not over.wait(POLL_SECONDS):
+            if condition():
+                return action()
+
+    thread = threading.Thread(target=wait, daemon=True)
+    thread.start()
+    try:
+        yield
+    finally:
+        over.set()
+        thread.join()
 
 
 def ended(running, started):
     """Findings about a run, as soon as the updater has ended."""
     status = running.wait(timeout=None)
+    if status == 128 + signal.SIGKILL:
+        running.instrument.wait_for_commands()
     remarks = [f"the QML engine complained: {line}" for line in qml_faults(running.output())]
     if PARTITION_FULL.search(running.output()):
         room = running.instrument.card.partition_bytes // MIB
         remarks.append(f"a partition ran full: each has {room} MiB (--partition-size gives a new instrument more)")
     return {"exit_status": status, "seconds": round(time.monotonic() - started, 1), "screens": [], "answer": None,
-            "remarks": remarks}
+            "moments": [], "remarks": remarks}
 
 
 def this_display(instrument):

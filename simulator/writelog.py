@@ -1,6 +1,6 @@
 """Logs of all that is written to a card, in the format of the kernel's dm-log-writes.
 
-The simulated instrument's card is logged by logged_card.py, that of an emulated computer by QEMU's driver
+The simulated instrument's card is logged by served_card.py, that of an emulated computer by QEMU's driver
 blklogwrites. A write to one sector before the partitions is no data but a mark: the text in it tells what
 comes next.
 """

@@ -6,7 +6,7 @@ import subprocess
 
 import pytest
 from simulator import SOURCES
-from simulator.build import NotPossible, require_logging
+from simulator.build import NotPossible, require_served_card
 from simulator.card import PARTITIONS, ROOT, Card
 from simulator.namespaces import leftovers
 
@@ -17,7 +17,7 @@ NEW_LACKS = r"the new system, on mmcblk1p4: missing: ([^,;]*)"
 @pytest.fixture
 def simulate(tmp_path, build):
     try:
-        require_logging()
+        require_served_card()
     except NotPossible as reason:
         pytest.skip(str(reason))
 
