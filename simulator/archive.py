@@ -21,6 +21,9 @@ FIRMWARE_BYTES = 32 * 1024
 HEX_RECORD_BYTES = 16
 BYTES_PER_INODE = 16 * 1024
 
+KINDS = {tarfile.DIRTYPE: "folder", tarfile.SYMTYPE: "link", tarfile.CHRTYPE: "character device",
+         tarfile.BLKTYPE: "block device", tarfile.FIFOTYPE: "pipe"}  # all others are files
+
 TRACES = "/var/lib/zepra"
 SETUP_TRACE = "share/zentar/setup-done"
 
@@ -174,3 +177,27 @@ def system_of_archive(file):
     with tempfile.TemporaryDirectory() as folder:
         subprocess.run(["tar", "-xf", file, "-C", folder], check=True)  # refuses what would lie elsewhere
         return tree(Path(folder, "usr", "local"))
+
+
+def brought(file):
+    """What an archive brings for the system partition, as listed() tells it."""
+    with tarfile.open(file) as members:
+        found = listed(members)
+    return {name.removeprefix("usr/local/"): entry for name, entry in found.items() if name.startswith("usr/local/")}
+
+
+def listed(members):
+    """Type, permissions and owner of an open archive's members, and what a link names or a file holds.
+
+    Nothing is unpacked; of members of the same name the last counts.
+    """
+    found = {}
+    for member in members:
+        name, target = (os.path.normpath(path).lstrip("/") for path in (member.name, member.linkname))
+        if member.islnk():
+            found[name] = found[target]
+            continue
+        content = hashlib.sha256(members.extractfile(member).read()).hexdigest() if member.isreg() else None
+        found[name] = (KINDS.get(member.type, "file"), None if member.issym() else oct(member.mode),
+                       (member.uid, member.gid), member.linkname if member.issym() else content)
+    return found
