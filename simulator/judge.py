@@ -3,6 +3,7 @@
 import multiprocessing
 import os
 import re
+import signal
 import subprocess
 import tempfile
 from dataclasses import dataclass
@@ -122,6 +123,7 @@ def look_at_all(history, cuts, card, before, systems):
 
 def _start_judge(history, card, before, memory, systems):
     global _judge
+    signal.signal(signal.SIGTERM, signal.SIG_DFL)  # Python's handler may come too late for a worker that begins to wait.
     _judge = Judge(history, card, before, Path(memory, str(os.getpid())), systems)
 
 
