@@ -72,7 +72,8 @@ def write(name, text):
 
 def measured_with(name, options):
     """The line that says what was measured when and where."""
-    return (f"*`{name} --runs {options.runs}` on {datetime.date.today()}, {os.cpu_count()} cores"
+    before = " --before BUILD" if getattr(options, "before", None) else ""
+    return (f"*`{name} --runs {options.runs}{before}` on {datetime.date.today()}, {os.cpu_count()} cores"
             f" ({processor_name()}), load {os.getloadavg()[1]:.1f}.*")
 
 

@@ -1,9 +1,11 @@
 """Measures what an update takes longer than the commands that it runs, and where its time goes.
 
 In the same simulated instrument, in turns, the updater installs an archive in a silent run, and a shell script
-runs the same command lines. Needs root, loop devices and a build.
+runs the same command lines: alone, and beside a Qt Quick window with the updater's background that moves
+as its screen does, since the drawing takes its share of the processor. Needs root, loop devices and a build.
 """
 
+import functools
 import sys
 import tempfile
 from dataclasses import dataclass, field
@@ -11,13 +13,14 @@ from pathlib import Path
 
 from bench.course import Courses, partition_bytes_for
 from bench.measuring import in_turns, median_of, median_ratio, megabytes, run_tables, table, table_parser
+from bench.screen import reference
 from simulator import archive
 from simulator.build import require_devices
 from simulator.run import ARCHIVE
 
 HEAD = ["Archive", "Shell script, s", "Updater, s", "Ratio", "Start and end, s", "Archive's test longer by, s",
-        "All other commands, ratio"]
-COMMAND_HEAD = ["Command", "Updater, s", "Script, s"]
+        "All other commands, ratio", "... to the script beside a window"]
+COMMAND_HEAD = ["Command", "Updater, s", "Script, s", "Script beside a window, s"]
 SHOWN_SECONDS = 0.05
 
 
@@ -28,26 +31,37 @@ class Measured:
     name: str
     updater: list = field(default_factory=list)
     script: list = field(default_factory=list)
+    script_beside: list = field(default_factory=list)
+
+    @property
+    def all(self):
+        return self.updater, self.script, self.script_beside
 
     def row(self):
         """A line of the table of sizes."""
         mine, others = ([course.seconds for course in courses] for courses in (self.updater, self.script))
         longer = [own.commands[0] - other.commands[0] for own, other in zip(self.updater, self.script)]
-        rest = [[sum(course.commands[1:]) for course in courses] for courses in (self.updater, self.script)]
+        rest, *other_rests = [[sum(course.commands[1:]) for course in courses] for courses in self.all]
         return [self.name, median_of(others), median_of(mine), median_ratio(mine, others),
-                median_of(course.around for course in self.updater), median_of(longer), median_ratio(*rest)]
+                median_of(course.around for course in self.updater), median_of(longer),
+                *(median_ratio(rest, other) for other in other_rests)]
 
     def command_rows(self, lines):
         """The lines of the table of commands; those of the short ones are one."""
-        seconds = [[[course.commands[at] for course in courses] for courses in (self.updater, self.script)]
-                   for at in range(len(lines))]
+        seconds = [[[course.commands[at] for course in courses] for courses in self.all] for at in range(len(lines))]
         long = [at for at in range(len(lines)) if float(median_of(seconds[at][1])) >= SHOWN_SECONDS]
-        rows = [["start and end", median_of(course.around for course in self.updater),
-                 median_of(course.around for course in self.script)]]
+        rows = [["start and end", *(median_of(course.around for course in courses) for courses in self.all)]]
         rows += [[f"`{lines[at]}`", *map(median_of, seconds[at])] for at in long]
         others = [[sum(second for at, second in enumerate(course.commands) if at not in long) for course in courses]
-                  for courses in (self.updater, self.script)]
+                  for courses in self.all]
         return [*rows, [f"the {len(lines) - len(long)} others together", *map(median_of, others)]]
+
+
+def beside_window(build, courses, file):
+    """The course of the script while a window moves all the time, as the updater's does."""
+    with reference(build) as viewer:
+        viewer.show(message="background", isProgressBarIndeterminate=True)
+        return courses.by_script(file)
 
 
 def measure(build, options):
@@ -59,7 +73,8 @@ def measure(build, options):
                 Courses(build, Path(folder), partition_bytes_for(size)) as courses:
             for _ in range(2):
                 courses.by_script(file)  # so that there is as much to be cleared each time
-            ways = [(courses.by_updater, found.updater), (courses.by_script, found.script)]
+            ways = [(courses.by_updater, found.updater), (courses.by_script, found.script),
+                    (functools.partial(beside_window, build, courses), found.script_beside)]
             for way, kept in in_turns(ways, options.runs):
                 kept.append(way(file))
             lines = [line.replace(ARCHIVE, "<archive>") for line in courses.lines]
