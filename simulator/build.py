@@ -148,4 +148,5 @@ def arm_root(*kind):
     checking = subprocess.run([ARM_ROOT, *kind, "--check"], stdout=subprocess.PIPE, text=True, check=False)
     if checking.returncode != 0:
         raise (NotPossible if checking.returncode == NOT_POSSIBLE else OSError)(checking.stdout.strip())
-    return Path(subprocess.run([ARM_ROOT, *kind, "--print"], check=True, stdout=subprocess.PIPE, text=True).stdout.strip())
+    printing = subprocess.run([ARM_ROOT, *kind, "--print"], stdout=subprocess.PIPE, text=True, check=True)
+    return Path(printing.stdout.strip())

@@ -123,7 +123,8 @@ def make_parser():
                             help="what flashing ends with, for example 58 (0: success)")
     instrument.add_argument("--language", type=int, choices=range(1, len(LOCALES) + 1), metavar="N", default=1,
                             help=f"language number of the settings, 1 to {len(LOCALES)} (1: English)")
-    instrument.add_argument("--fail", type=failing_command, action="append", default=[], metavar="COMMAND", dest="fault",
+    instrument.add_argument("--fail", type=failing_command, action="append", default=[], dest="fault",
+                            metavar="COMMAND",
                             help='commands of the updater that begin like this fail: "mount /dev"; only the second '
                             'of them: "sync#2" (so in the next three, too)')
     instrument.add_argument("--fault", type=fault_at_command, action="append", default=[], metavar="KIND@COMMAND",
@@ -137,8 +138,8 @@ def make_parser():
                           help="to the question (%(default)s)")
     operator.add_argument("--signal", type=signal_at_moment, action="append", default=[], metavar="NAME@MOMENT",
                           help="sends the updater TERM, INT or KILL when a screen comes, as TERM@confirm (of "
-                          f"{', '.join(SIGNAL_SCREENS)}), in the board's flash (flash), or before the first command that "
-                          'begins like this: "TERM@tar xvzf"; given twice it comes twice')
+                          f"{', '.join(SIGNAL_SCREENS)}), in the board's flash (flash), or before the first command "
+                          'that begins like this: "TERM@tar xvzf"; given twice it comes twice')
     operator.add_argument("--size", type=screen_size, metavar="WxH", default=(800, 480),
                           help="of the screen (800x480)")
     operator.add_argument("--virtual", action="store_true",
@@ -156,7 +157,8 @@ def make_parser():
                       help="the card only claims to flush, so that it may lose all that a run has written")
     cuts.add_argument("--seed", type=int, metavar="N", help="for the random parts (default: another each time)")
     cuts.add_argument("--make-card", nargs=3, metavar=("RUN", "CUT", "FILE"),
-                      help="makes the card that a cut of the run in this folder left, with the --seed and --card-... options of that run")
+                      help="makes the card that a cut of the run in this folder left, with the --seed and --card-... "
+                      "options of that run")
 
     other = parser.add_argument_group("Other")
     other.add_argument("--build", type=Path, metavar="DIR",
