@@ -11,6 +11,7 @@ from pathlib import Path
 
 from .card import MARKS, SECTOR
 
+SHELL = Path(__file__).with_name("faults.sh")  # what the logging shell knows of them
 LOG_FOLDER = "/opt/simulator/log"
 COMMAND_LOG = "commands.log"
 HANGING, RELEASED, IO_ERROR = "hanging", "released", "io-error"  # files there, which faults.sh knows
@@ -85,7 +86,7 @@ def install_logging_shell(root, faults=(), delays=None, signals=(), new_partitio
     rules += [_rule(choice, KINDS[kind]) for kind, choice in faults]
     root.write("/usr/bin/sh", LOGGING_SHELL.format(
         updater=UPDATER_NAME, log=LOG_FOLDER, new=new_partition, mark=MARK_COMMAND, rules="\n".join(rules),
-        faults=Path(__file__).with_name("faults.sh").read_text(encoding="utf-8")), executable=True)
+        faults=SHELL.read_text(encoding="utf-8")), executable=True)
 
 
 def install_marks(root):

@@ -12,7 +12,7 @@ import tempfile
 from dataclasses import dataclass
 from pathlib import Path
 
-from .. import SOURCES, archive, faults
+from .. import SOURCES, archive, card, faults
 from ..card import MIB, PARTITIONS, ROOT, Card
 from ..instrument import BOARD_FOLDER, FSTAB, OLDER_VERSION, SETTINGS
 from ..rootfs import Tree, mount
@@ -105,7 +105,7 @@ def _unpack_package(build, folder):
 def _digest(build, settings):
     """A short name for images made of exactly this."""
     parts = [build.base / "etc" / "vrk-arm-root", build.program, build.library, build.touchscreen, archive.MAKE_ARCHIVE,
-             *(Path(module.__file__) for module in (archive, faults)), Path(__file__)]
+             *(Path(module.__file__) for module in (archive, card, faults)), faults.SHELL, Path(__file__)]
     made_of = [(path.name, path.read_bytes()) for path in parts]
     made_of += [*map(archive.tree, (HERE / "initrd", HERE / "instrument", SOURCES / "packaging", build.translations)),
                 settings.running_version, settings.board_version, settings.partition_bytes]
