@@ -123,8 +123,10 @@ class Card:
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
 
     def read_file(self, partition, name):
-        """The content of a file on a partition; empty when there is none."""
-        return self.debugfs(partition, f"cat /{name.lstrip('/')}")
+        """The content of a file on a partition; empty when there is none, or no file system to be read."""
+        with contextlib.suppress(subprocess.CalledProcessError):
+            return self.debugfs(partition, f"cat /{name.lstrip('/')}")
+        return b""
 
     def write_file(self, partition, name, content):
         """Writes a new file, into a folder that is there."""

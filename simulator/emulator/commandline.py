@@ -20,9 +20,10 @@ what is missing is installed or made, once. Nothing outside is changed."""
 
 EPILOG = """\
 Exit status: 0 when the instrument came up in the end as it should: on the other partition after a
-success, as before after anything else; 1 when it did not; 125 when the emulation itself fails, 77 where
-it is not possible, 128 + the signal when interrupted. DIR/latest/report.json holds the closing report
-for programs."""
+success, as before after anything else; 1 when it did not, and with --cut also when the cut has left no
+whole system or the update after it has not succeeded; 125 when the emulation itself fails, 77 where it
+is not possible, 128 + the signal when interrupted. DIR/latest/report.json holds the closing report for
+programs."""
 
 
 def parse(arguments):

@@ -7,7 +7,8 @@ import time
 
 from .. import archive, report
 from ..build import ARM_PROGRAM, Build, arm_root, require_emulator
-from ..instrument import Settings
+from ..card import other_partition
+from ..instrument import SYSTEM, Settings
 from ..judge import difference
 from ..namespaces import run_isolated
 from ..operator import Operator
@@ -19,7 +20,7 @@ from ..watcher import Watcher
 from .film import Film
 from .images import make_drive, prepare
 from .instrument import UP, EmulatedInstrument
-from .machine import Machine
+from .machine import Machine, MachineError
 from .powercut import CutOff, system_of_card
 from .screen import EmulatedScreen
 
@@ -71,27 +72,41 @@ class Emulation:
         self._boots = []
 
     def run(self):
-        """The whole of it; returns 0 when the instrument came up each time as it should."""
+        """The whole of it; returns 0 when the instrument came up each time as it should, else FAILED."""
         make_drive(self._drive, self._archive)
         before, started = report.state(self._instrument), time.monotonic()
         old = system_of_card(self._instrument.card, before["partition"]) if self._options.cut else None
         cut = self._cut_off() if self._options.cut else None
         update = self._boot(self._update, self._drive)
-        last = self._boot(self._look)
+        last = update if update["fault"] else self._boot(self._look)
         self._drive.unlink()
         if self._film:
             self._film.save(self._options.film)
+        faults = [boot["fault"] for boot in self._boots if boot["fault"]]
         if cut:
-            expected = old if update["partition"] == before["partition"] else archive.system_of_archive(self._archive)
-            found = system_of_card(self._instrument.card, update["partition"])
-            cut.files = len(expected)
-            cut.fault = difference(expected, {name: found[name] for name in found.keys() & expected.keys()})
-            update["remarks"] += [f"the power cut has left a broken system: {cut.fault}"] * bool(cut.fault)
+            self._look_at_system(cut, update, before["partition"], old)
+            faults += [f"the power cut has left a broken system: {cut.fault}"] * bool(cut.fault)
+        update["remarks"] += faults
         report.write(update | {"cut": cut, "boots": self._boots, "seconds": round(time.monotonic() - started, 1),
                                "mounted": last["partition"], "before": before,
                                "after": report.state(self._instrument)}, self._folder)
         changed, succeeded = last["partition"] != update["partition"], update["update"].result == "succeeded"
-        return 0 if changed == succeeded and not (cut and cut.fault) else FAILED
+        return 0 if changed == succeeded and (succeeded or not cut) and not faults else FAILED
+
+    def _look_at_system(self, cut, update, partition_before, old):
+        """Compares the system that came up after a power cut with the old one, or with what the update after it made.
+
+        There is nothing to compare a new system with when that update has failed.
+        """
+        card, partition = self._instrument.card, update["partition"]
+        if partition == partition_before:
+            whole = old
+        elif update["update"].result == "succeeded":
+            whole = system_of_card(card, other_partition(partition))
+        else:
+            return
+        cut.files = len(whole)
+        cut.fault = difference(whole, system_of_card(card, partition))
 
     def _cut_off(self):
         """Boots for an update that a power cut ends; returns the PowerCut."""
@@ -104,20 +119,27 @@ class Emulation:
     def _boot(self, act, drive=None, writes=None):
         """Switches the instrument on, and lets act(machine) go on once it is up; returns findings.
 
-        An operator sits before the screen.
+        An operator sits before the screen. What goes wrong after the first boot is the instrument's "fault".
+        Raises MachineError when it goes wrong before.
         """
         name = f"boot-{len(self._boots) + 1}"
         log, pictures = self._folder / name, self._folder / "pictures" / name
         for folder in (log, pictures):
             folder.mkdir(parents=True)
         card = self._instrument.card.image
+        boot = {"version": None, "partition": None, "seconds": None, "fault": None}
         with (Machine(self._images, card, drive, log, SMALLEST, self._display, writes) as machine,
               EmulatedScreen(machine, film=self._film) as screen, Watcher(screen) as watcher):
             answer = None if self._options.window else self._options.answer
             with Operator(watcher, pictures, answer, {"final": machine.unplug_drive}, PATIENCE_SECONDS,
                           REACTION_SECONDS) as operator:
-                boot = self._come_up(machine)
-                act(machine)
+                try:
+                    boot |= self._come_up(machine)
+                    act(machine)
+                except MachineError as error:
+                    if not self._boots:
+                        raise
+                    boot["fault"] = str(error)
         console, status = machine.console(), LAUNCHER_STATUS.search(machine.console())
         names = [passed.name for passed in operator.passed]
         boot |= {"screens": [vars(passed) for passed in operator.passed], "signal": None,
@@ -131,9 +153,11 @@ class Emulation:
         return boot
 
     def _come_up(self, machine):
-        """Waits until the instrument says which system it runs."""
+        """Waits until the instrument says which system it runs. Raises MachineError when it runs none."""
         started = time.monotonic()
         version, partition = machine.wait_for_line(UP, BOOT_SECONDS).groups()
+        if not partition:
+            raise MachineError(f"the instrument came up with nothing mounted on {SYSTEM}")
         seconds = round(time.monotonic() - started, 1)
         print(f"up after {seconds} s with system {version} on {partition}", flush=True)
         return {"version": version, "partition": partition, "seconds": seconds}

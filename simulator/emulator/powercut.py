@@ -29,10 +29,10 @@ class PowerCut:
     kept: int = 0
     writes: int = 0
     files: int = 0  # that were looked at of the system that was in use at the next start
-    fault: str | None = None  # what that system lacks
+    fault: str | None = None  # what makes that system another than it should be
 
     def __str__(self):
-        return (f"after {self.kept} of {self.writes} sectors written while {self.command!r} ran; "
+        return (f"after {self.kept} of {self.writes} writes while {self.command!r} ran; "
                 f"--seed {self.seed} cuts at the same part of them")
 
 
@@ -47,7 +47,10 @@ class CutOff:
         self.log.touch()
 
     def cut(self, machine, timeout):
-        """Cuts the power when the command has run; returns the PowerCut. Raises MachineError when it does not come."""
+        """Cuts the power when the command has run; returns the PowerCut.
+
+        Raises MachineError when it does not come within `timeout` seconds, OSError when the log cannot be read.
+        """
         line, first = self._wait(machine, timeout, lambda _: True)
         self._wait(machine, timeout, lambda status: status is not None)
         machine.cut_power()
@@ -76,4 +79,6 @@ def system_of_card(card, partition):
     """The system on a partition of a card that is not in use, as archive.tree() tells of it."""
     with tempfile.TemporaryDirectory() as folder:
         card.copy_out(partition, folder)
-        return archive.tree(Path(folder))
+        found = archive.tree(Path(folder))
+    found.pop("lost+found", None)  # which an update removes and e2fsck may bring back
+    return found
