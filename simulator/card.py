@@ -136,8 +136,10 @@ class Card:
             self.debugfs(partition, f"write {file.name} /{name.lstrip('/')}", "-w")
 
     def copy_out(self, partition, folder):
-        """Copies all that lies on a partition into a folder."""
+        """Copies all that lies on a partition into an empty folder. Raises OSError when nothing can be read."""
         self.debugfs(partition, f"rdump / {folder}")
+        if not os.listdir(folder):  # The status of debugfs does not tell.
+            raise OSError(f"nothing can be read from {partition} of {self.image}")
 
     @contextlib.contextmanager
     def packed(self, partition):

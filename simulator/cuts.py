@@ -39,16 +39,16 @@ class Cut:
     @classmethod
     def parse(cls, text):
         """The cut of that name. Raises OSError."""
-        found = re.fullmatch(rf"(\d+)\.({IN_ORDER}|{NOTHING}|[1-9]\d*)", text)
-        if not found:
+        match = re.fullmatch(rf"(\d+)\.({IN_ORDER}|{NOTHING}|[1-9]\d*)", text)
+        if not match:
             raise OSError(f"{text!r} is no point such as 117.{IN_ORDER}, 117.{NOTHING} or 117.3")
-        return cls(int(found[1]), found[2])
+        return cls(int(match[1]), match[2])
 
 
 class History:
     """What was written to a card in a run; the seed decides on the random parts, which consist of units.
 
-    With flushes=False the card only claims to flush.
+    With flushes=False the card only claims to flush. Raises OSError when the log cannot be read.
     """
 
     def __init__(self, log, seed, unit=UNIT, flushes=True):
@@ -69,8 +69,9 @@ class History:
 
     def writes(self, start, end):
         """The writes of data among the entries from start on and before end, as whole pieces."""
-        return [Piece(number, 0, len(entry.data) // SECTOR)
-                for number, entry in enumerate(self.entries[start:end], start) if len(entry.data) and entry.mark is None]
+        entries = enumerate(self.entries[start:end], start)
+        return [Piece(number, 0, len(entry.data) // SECTOR) for number, entry in entries
+                if len(entry.data) and entry.mark is None]
 
     def kept(self, cut):
         """The pieces that a cut keeps of what was not flushed, in the order in which they reach the card."""
@@ -103,7 +104,7 @@ class History:
                 file.write(entry.data[first * SECTOR:(first + count) * SECTOR])
 
     def make_card(self, before, cut, image):
-        """Makes the card that a cut leaves, from the card before the run."""
+        """Makes the card that a cut leaves, from the card before the run. Raises OSError or CalledProcessError."""
         subprocess.run(["cp", "--sparse=always", before, image], check=True)
         with open(image, "r+b") as file:
             self.put(self.writes(0, self.flushed(cut.position)) + self.kept(cut), file)

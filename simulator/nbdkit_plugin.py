@@ -45,7 +45,8 @@ def pread(handle, buffer, offset, flags):
 
 
 def pwrite(handle, buffer, offset, flags):
-    os.pwrite(handle, buffer, offset)
+    if os.pwrite(handle, buffer, offset) != len(buffer):
+        raise OSError(f"{paths['image']} has taken only a part of a write")
     writer.add(offset, bytes(buffer))
 
 

@@ -19,7 +19,10 @@ FLUSH, FUA, DISCARD = 1, 2, 4
 
 @dataclass(frozen=True)
 class Entry:
-    """A write, a flush, or (with FUA) a write and the flush of it and all before."""
+    """A write, a flush, or (with FUA) a write and the flush of it and all before.
+
+    A card may keep with FUA that write alone. Where a device does not know FUA Linux asks for a flush in its place.
+    """
 
     offset: int  # in the card, in bytes
     data: memoryview  # empty for a flush alone
@@ -56,7 +59,7 @@ class Writer:
 
 
 def read(path):
-    """The entries of a log in their order. Raises OSError when the file is no such log."""
+    """The entries of a log in their order. Raises OSError when the file is no such log, or not all of one."""
     with open(path, "rb") as file:
         content = memoryview(mmap.mmap(file.fileno(), 0, prot=mmap.PROT_READ)) if os.path.getsize(path) else b""
     magic, version, count, sector = HEADER.unpack_from(bytes(content[:HEADER.size]).ljust(HEADER.size))
@@ -64,10 +67,12 @@ def read(path):
         raise OSError(f"{path} is no log of writes")
     entries, at = [], sector
     for _ in range(count):
-        first, sectors, flags, _ = ENTRY.unpack_from(content, at)
+        first, sectors, flags, _ = ENTRY.unpack(bytes(content[at:at + ENTRY.size]).ljust(ENTRY.size))
+        at += sector + sectors * sector
+        if at > len(content):
+            raise OSError(f"{path} ends before the last of its {count} entries")
         if flags & DISCARD:
             raise OSError(f"{path} holds a discard, which nothing here is to make")
-        at += sector + sectors * sector
         entries.append(Entry(first * sector, content[at - sectors * sector:at], bool(flags & (FLUSH | FUA))))
     return entries
 
