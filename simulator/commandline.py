@@ -198,14 +198,14 @@ def main():
 
     def run():
         if options.make_card:
-            from .powercuts import make_card
+            from .sweep import make_card
             return make_card(options)
         served = options.power_cuts or any(kind == "io" for kind, _ in options.fault)
         (require_served_card if served else require_devices)()
         folder = options.build.absolute() if options.build else make(*["--arm"] * options.arm)
         from .simulation import simulate  # What it imports may have been installed only now.
         if options.power_cuts:
-            from .powercuts import sweep
+            from .sweep import sweep
             return simulate(options, folder, sweep)
         return simulate(options, folder)
 

@@ -6,13 +6,15 @@ import re
 import signal
 import subprocess
 import tempfile
+from concurrent.futures import ProcessPoolExecutor
+from concurrent.futures.process import BrokenProcessPool
 from dataclasses import dataclass
 from pathlib import Path
 
 from . import archive
 from .card import PARTITIONS, ROOT, other_partition
 from .cuts import Fingerprints
-from .instrument import FSTAB, SYSTEM
+from .instrument import FSTAB
 
 MEMORY = "/dev/shm"  # private to the simulation
 NAMES_TOLD = 3
@@ -21,14 +23,11 @@ OLD, NEW = "old", "new"
 
 @dataclass(frozen=True)
 class Finding:
-    """What was found on a partition: why it is of no use, or (None) what it holds.
-
-    That is the text of /etc/fstab of the root partition, and of a system partition what its system lacks, None
-    when it is whole.
-    """
+    """What was found on a partition: why it is of no use, if it is not, and what it holds as far as it can be read."""
 
     fault: str | None
-    content: object = None
+    fstab: str | None = None  # the text of the root partition's /etc/fstab
+    deviation: str | None = None  # of a system partition: in what its system is not the whole one
 
 
 class Judge:
@@ -40,52 +39,64 @@ class Judge:
     """
 
     def __init__(self, history, card, before, folder, systems=None):
-        """before is the image of the card before the run, systems what whole systems hold, by partition."""
+        """before is the image of the card before the run, systems what whole systems hold, by partition.
+
+        This and looking raise OSError or CalledProcessError when the folder has no room left.
+        """
         self._history, self._folder, self._systems = history, folder, systems
         self._regions = {name: card.region(name) for name in (ROOT, *PARTITIONS)}
         self._done = dict.fromkeys(self._regions, 0)
         for name, (start, size) in self._regions.items():
             (folder / name).mkdir(parents=True)
-            subprocess.run(["dd", f"if={before}", f"of={self._flushed(name)}", "bs=1M", f"skip={start}", f"count={size}",
-                            "iflag=skip_bytes,count_bytes", "conv=sparse", "status=none"], check=True)
+            subprocess.run(["dd", f"if={before}", f"of={self._flushed(name)}", "bs=1M", f"skip={start}",
+                            f"count={size}", "iflag=skip_bytes,count_bytes", "conv=sparse", "status=none"], check=True)
             os.truncate(self._flushed(name), size)
 
     def look(self, name, cut):
         """The finding about a partition after a cut."""
         if name == ROOT:
-            return self._recover(name, cut, lambda folder: Path(f"{folder}{FSTAB}").read_bytes().decode(errors="replace"))
-        return self._recover(name, cut, lambda folder: difference(self._systems[name], archive.tree(folder)))
+            fault, text = self._recover(name, cut, _read_fstab)
+            return Finding(fault, fstab=text)
+        fault, system = self._recover(name, cut, archive.tree)
+        return Finding(fault, deviation=None if system is None else difference(self._systems[name], system))
+
+    def fstab(self, cut):
+        """The text of /etc/fstab after a cut. Raises OSError when the root partition is of no use."""
+        return self._read(ROOT, cut, _read_fstab)
 
     def system(self, name, cut):
-        """What the system on a partition holds after a cut, as archive.tree() tells. Raises OSError."""
-        finding = self._recover(name, cut, archive.tree)
-        if finding.fault:
-            raise OSError(finding.fault)
-        return finding.content
+        """The system on a partition after a cut, as archive.tree() tells of it. Raises OSError when it is of no use."""
+        return self._read(name, cut, archive.tree)
+
+    def _read(self, name, cut, read):
+        fault, content = self._recover(name, cut, read)
+        if fault:
+            raise OSError(fault)
+        return content
 
     def _flushed(self, name):
         return self._folder / f"{name}.flushed"
 
     def _recover(self, name, cut, read):
-        """A finding with what read(folder) makes of the partition mounted there."""
+        """Why a partition is of no use, or None, and what read(folder) makes of it mounted there, or None."""
         folder, image = self._folder / name, self._folder / f"{name}.cut"
         self._make(name, cut, image)
         mounting = subprocess.run(["mount", "-t", "ext4", "-o", "loop,noatime", image, folder], check=False,
                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace")
         if mounting.returncode != 0:
-            return Finding(f"{name} cannot be mounted: {mounting.stdout.strip()}")
+            return f"{name} cannot be mounted: {mounting.stdout.strip()}", None
         try:
             content = read(folder)
         except OSError as error:
-            return Finding(f"{name} cannot be read: {error}")
+            return f"{name} cannot be read: {error}", None
         finally:
             subprocess.run(["umount", folder], check=True)
         checking = subprocess.run(["e2fsck", "-fn", image], check=False,
                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, errors="replace")
         if checking.returncode != 0:
             told = [line for line in checking.stdout.splitlines() if line and not re.search(r"^Pass |\? no$", line)]
-            return Finding(f"{name} needs a repair: {' '.join(told[:NAMES_TOLD])}", content)
-        return Finding(None, content)
+            return f"{name} needs a repair: {' '.join(told[:NAMES_TOLD])}", content
+        return None, content
 
     def _make(self, name, cut, image):
         """Makes the image of a partition as the cut leaves it."""
@@ -102,7 +113,8 @@ class Judge:
 def look_at_all(history, cuts, card, before, systems):
     """The findings after each cut by partition, and how many different contents of partitions there were to look at.
 
-    The other arguments are those of a Judge. The work is shared among all processors.
+    The other arguments are those of a Judge. The work is shared among all processors. Raises OSError or
+    CalledProcessError when it cannot be done.
     """
     fingerprints, findings, asked = Fingerprints(history, card), {}, []
 
@@ -114,16 +126,22 @@ def look_at_all(history, cuts, card, before, systems):
                     findings[content] = None
                     yield content, cut
 
-    with tempfile.TemporaryDirectory(dir=MEMORY, ignore_cleanup_errors=True) as memory, multiprocessing.get_context("fork").Pool(
-            os.cpu_count(), _start_judge, (history, card, before, memory, systems)) as judges:
-        for content, finding in judges.imap_unordered(_look, unknown()):
-            findings[content] = finding
+    with tempfile.TemporaryDirectory(dir=MEMORY, ignore_cleanup_errors=True) as memory:
+        judges = ProcessPoolExecutor(os.cpu_count(), multiprocessing.get_context("fork"), _start_judge,
+                                     (history, card, before, memory, systems))
+        try:
+            findings.update(judges.map(_look, unknown()))
+        except BrokenProcessPool:
+            raise OSError(f"a process that looks at the cards has ended; there may not be enough room in {MEMORY} "
+                          "or not enough memory") from None
+        finally:
+            judges.shutdown(cancel_futures=True)
     return [{name: findings[name, number] for name, number in contents.items()} for contents in asked], len(findings)
 
 
 def _start_judge(history, card, before, memory, systems):
     global _judge
-    signal.signal(signal.SIGTERM, signal.SIG_DFL)  # Python's handler may come too late for a worker that begins to wait.
+    signal.signal(signal.SIGTERM, signal.SIG_DFL)  # Python's handler may come too late for one that begins to wait.
     _judge = Judge(history, card, before, Path(memory, str(os.getpid())), systems)
 
 
@@ -132,29 +150,26 @@ def _look(task):
     return (name, number), _judge.look(name, cut)
 
 
-def verdict(findings, used):
-    """Which system an instrument is left with, OLD or NEW, and what is wrong: with anything wrong it is broken.
+def _read_fstab(folder):
+    return Path(f"{folder}{FSTAB}").read_bytes().decode(errors="replace")
 
-    used is the partition that was in use when the update began.
+
+def verdict(findings, used, fstab):
+    """Which system an instrument is left with, OLD, NEW or None, and what is wrong: with anything wrong it is broken.
+
+    used is the partition that was in use when the update began, fstab the text that /etc/fstab had then. The
+    update replaces the partition's name in it; any other text is wrong.
     """
+    new = other_partition(used)
+    named = {fstab: used, fstab.replace(used, new): new}.get(findings[ROOT].fstab)
     faults = [finding.fault for finding in findings.values() if finding.fault]
-    fstab = findings[ROOT].content
-    named = None if fstab is None else next_system(fstab)
-    if fstab is not None and named is None:
-        faults.append(f"{FSTAB} does not name just one system: {fstab!r}")
-    if findings[used].content:
-        faults.append(f"the system that was in use, on {used}: {findings[used].content}")
-    if named == other_partition(used) and findings[named].content:
-        faults.append(f"the new system, on {named}: {findings[named].content}")
-    return (OLD if named == used else NEW), faults
-
-
-def next_system(fstab):
-    """The system partition that an /etc/fstab names for /usr/local; None when it does not name just one of both."""
-    lines = [line.split() for line in fstab.splitlines() if line.strip() and not line.lstrip().startswith("#")]
-    named = [fields[0].removeprefix("/dev/") for fields in lines if len(fields) == 6 and fields[1] == SYSTEM]
-    mentioned = set(re.findall("|".join(PARTITIONS), fstab))
-    return named[0] if len(named) == 1 and set(named) == mentioned else None
+    if named is None and findings[ROOT].fstab is not None:
+        faults.append(f"{FSTAB} is neither as before nor with {new} in place of {used}: {findings[ROOT].fstab!r}")
+    if findings[used].deviation:
+        faults.append(f"the system that was in use, on {used}: {findings[used].deviation}")
+    if named == new and findings[new].deviation:
+        faults.append(f"the new system, on {new}: {findings[new].deviation}")
+    return {used: OLD, new: NEW}.get(named), faults
 
 
 def difference(expected, found):

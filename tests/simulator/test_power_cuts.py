@@ -1,17 +1,25 @@
-"""The power cuts of an update, in their short form: none breaks an instrument, and one that does is told and made again."""
+"""The power cuts of an update in their short form, and what each kind of damage is judged."""
 
 import json
 import re
 import subprocess
 
 import pytest
-from simulator import SOURCES
+from simulator import SOURCES, archive, writelog
 from simulator.build import NotPossible, require_served_card
-from simulator.card import PARTITIONS, ROOT, Card
+from simulator.card import PARTITIONS, ROOT, SECTOR, Card
+from simulator.judge import NEW, OLD, Finding, difference, verdict
 from simulator.namespaces import leftovers
 
 SEED = "--seed=1"
-NEW_LACKS = r"the new system, on mmcblk1p4: missing: ([^,;]*)"
+NEW_LACKS = re.compile(r"the new system, on mmcblk1p4: missing: ([\w./-]+)(?:[,;]| and|$)")
+USED, OTHER = PARTITIONS
+FSTAB = f"# /dev/mmcblk1p3\n/dev/{USED} /usr/local ext4 defaults 0 2\n"
+SWITCHED = FSTAB.replace(USED, OTHER)
+WHOLE = {"bin": ("0o40755", None), "bin/gui": ("0o100755", "digest"), "share": ("0o40755", None)}
+CHANGED = WHOLE | {"bin/gui": ("0o100644", "digest")}
+PARTIAL = {name: WHOLE[name] for name in ("bin", "share")}
+NOT_FSTAB = "/etc/fstab is neither as before nor with "
 
 
 @pytest.fixture
@@ -22,16 +30,16 @@ def simulate(tmp_path, build):
         pytest.skip(str(reason))
 
     def run(*options):
-        return subprocess.run([SOURCES / "simulate", "--build", build, "--virtual", "--keep", tmp_path / "instrument", SEED,
-                               *options], text=True, stdin=subprocess.DEVNULL, capture_output=True, check=False)
+        return subprocess.run([SOURCES / "simulate", "--build", build, "--virtual", "--keep", tmp_path / "instrument",
+                               SEED, *options], text=True, stdin=subprocess.DEVNULL, capture_output=True, check=False)
     return run
 
 
-def recovered(image, partition, name):
-    """A file of a card that is mounted as the boot does it; empty when it is not there."""
+def recovered(image, partition, command):
+    """What a command says in a partition of a card that is mounted as the boot does it."""
     start, size = Card(image).region(partition)
-    reading = f'mount -o loop,offset={start},sizelimit={size} "$0" /mnt && cat "/mnt/$1"'
-    return subprocess.run(["unshare", "--mount", "sh", "-c", reading, image, name], capture_output=True, check=False).stdout
+    reading = f'mount -o loop,offset={start},sizelimit={size} "$0" /mnt && cd /mnt && {command}'
+    return subprocess.check_output(["unshare", "--mount", "sh", "-c", reading, image], text=True)
 
 
 @pytest.mark.parametrize("options, status", [([], 0), (["--card-without-flush"], 1)], ids=["whole", "broken"])
@@ -39,15 +47,55 @@ def test_power_cuts(simulate, tmp_path, options, status):
     finished = simulate("--power-cuts", "short", *options)
     assert finished.returncode == status, finished.stdout + finished.stderr
     run = tmp_path / "instrument/latest"
-    found = json.loads((run / "power-cuts.json").read_text())
-    assert bool(found["broken"]) == bool(status), finished.stdout
-    points = {kind: sum(row[kind] for row in found["rows"]) for kind in ("points", "old", "new")}
+    results = json.loads((run / "power-cuts.json").read_text())
+    points = {kind: sum(row[kind] for row in results["rows"]) for kind in ("points", "old", "new")}
     assert points["points"] > 200 and points["old"] > 50 and (points["new"] > 50 or status), finished.stdout
-    again = found["start_after_flash_cut"]
-    assert found["well"] and again["board"] == "" and again["after"]["board"] == "2.07", finished.stdout
+    assert results["beside_archive"] == f"not of it: {archive.SETUP_TRACE}"
+    restart = results["start_after_flash_cut"]
+    assert restart["succeeded"] and restart["board"] == "" and restart["after"]["board"] == "2.07", finished.stdout
     assert leftovers(tmp_path) == []
-    for cut in [cut for cut in found["broken"] if re.match(NEW_LACKS, cut["faults"][0])][:2]:
-        simulate("--make-card", run, cut["cut"], tmp_path / "card", *options)
-        missing = re.match(NEW_LACKS, cut["faults"][0])[1]
-        assert b"/dev/mmcblk1p4" in recovered(tmp_path / "card", ROOT, "etc/fstab")
-        assert not recovered(tmp_path / "card", PARTITIONS[1], missing)
+    lacking = [(cut["cut"], NEW_LACKS.match(cut["faults"][0])) for cut in results["broken"]]
+    lacking = [(cut, match[1]) for cut, match in lacking if match]
+    assert bool(results["broken"]) == bool(lacking) == bool(status), finished.stdout
+    for cut, missing in lacking[:2]:
+        made = simulate("--make-card", run, cut, tmp_path / "card", *options)
+        assert made.returncode == 0, made.stderr
+        assert "/dev/mmcblk1p4" in recovered(tmp_path / "card", ROOT, "cat etc/fstab")
+        assert missing not in recovered(tmp_path / "card", OTHER, "find -printf '%P\\n'").splitlines()
+
+
+@pytest.mark.parametrize("root, old, new, system, fault", [
+    (FSTAB, WHOLE, WHOLE, OLD, None),
+    (FSTAB, WHOLE, PARTIAL, OLD, None),
+    (SWITCHED, WHOLE, WHOLE, NEW, None),
+    (SWITCHED, WHOLE, PARTIAL, NEW, f"the new system, on {OTHER}: missing: bin/gui"),
+    (SWITCHED, WHOLE, CHANGED, NEW, f"the new system, on {OTHER}: different: bin/gui"),
+    (SWITCHED, PARTIAL, WHOLE, NEW, f"the system that was in use, on {USED}: missing: bin/gui"),
+    (FSTAB, WHOLE | {"left": ("0o100644", "")}, WHOLE, OLD, f"the system that was in use, on {USED}: not of it: left"),
+    (FSTAB, WHOLE, Finding("cannot be mounted"), OLD, "cannot be mounted"),
+    (Finding("cannot be mounted"), WHOLE, WHOLE, None, "cannot be mounted"),
+    (FSTAB + 100 * "\0", WHOLE, WHOLE, None, NOT_FSTAB),
+    (FSTAB + "ext4 defaults\n", WHOLE, WHOLE, None, NOT_FSTAB),
+    (FSTAB + SWITCHED, WHOLE, WHOLE, None, NOT_FSTAB),
+    (FSTAB.replace("ext4", "xxx"), WHOLE, WHOLE, None, NOT_FSTAB),
+    (FSTAB.replace(f"/dev/{USED} ", f"{USED} "), WHOLE, WHOLE, None, NOT_FSTAB),
+    ("", WHOLE, WHOLE, None, NOT_FSTAB),
+])
+def test_damage_is_told(root, old, new, system, fault):
+    findings = {USED: old, OTHER: new}
+    findings = {name: found if isinstance(found, Finding) else Finding(None, deviation=difference(WHOLE, found))
+                for name, found in findings.items()}
+    findings[ROOT] = root if isinstance(root, Finding) else Finding(None, fstab=root)
+    judged, faults = verdict(findings, USED, FSTAB)
+    assert judged == system and len(faults) == bool(fault) and all(told.startswith(fault) for told in faults)
+
+
+def test_part_of_a_log_is_refused(tmp_path):
+    log = writelog.Writer(tmp_path / "log")
+    log.add(0, bytes(2 * SECTOR))
+    content = (tmp_path / "log").read_bytes()
+    assert len(writelog.read(tmp_path / "log")) == 1
+    for size in (len(content) - 1, len(content) - 3 * SECTOR):
+        (tmp_path / "log").write_bytes(content[:size])
+        with pytest.raises(OSError, match="ends before the last of its 1 entries"):
+            writelog.read(tmp_path / "log")
