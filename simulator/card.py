@@ -12,6 +12,7 @@ import tempfile
 
 MIB = 1024 * 1024
 SECTOR = 512
+BLOCK = 4096  # of the file systems
 BEFORE_PARTITIONS = 8 * MIB
 WHOLE, ROOT = "mmcblk1", "mmcblk1p2"
 MARKS, MARK_OFFSET = "marks", 1 * MIB  # a sector before the partitions, where a log of writes gets its marks
@@ -50,8 +51,9 @@ class Card:
         subprocess.run(["sfdisk", "--quiet", self.image], input="\n".join(table), text=True, check=True)
         for name, folder in contents.items():
             start, size = self.region(name)
-            # With complete inode tables the kernel has nothing to catch up on behind the scenes.
-            subprocess.run(["mke2fs", "-q", "-F", "-t", "ext4", "-L", name, "-d", folder,
+            # Small partitions, too, have the blocks of large ones. With complete inode tables the kernel has
+            # nothing to catch up on behind the scenes.
+            subprocess.run(["mke2fs", "-q", "-F", "-t", "ext4", "-b", str(BLOCK), "-L", name, "-d", folder,
                             "-E", f"offset={start},root_owner=0:0,lazy_itable_init=0",
                             self.image, f"{size // 1024}k"], check=True)
 
