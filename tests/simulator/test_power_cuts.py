@@ -49,14 +49,14 @@ def test_power_cuts(simulate, tmp_path, options, status):
     run = tmp_path / "instrument/latest"
     results = json.loads((run / "power-cuts.json").read_text())
     points = {kind: sum(row[kind] for row in results["rows"]) for kind in ("points", "old", "new")}
-    assert points["points"] > 200 and points["old"] > 50 and (points["new"] > 50 or status), finished.stdout
+    assert points["points"] > 200 and (min(points["old"], points["new"]) > 50 or status), finished.stdout
     assert results["beside_archive"] == f"not of it: {archive.SETUP_TRACE}"
     restart = results["start_after_flash_cut"]
     assert restart["succeeded"] and restart["board"] == "" and restart["after"]["board"] == "2.07", finished.stdout
     assert leftovers(tmp_path) == []
     lacking = [(cut["cut"], NEW_LACKS.match(cut["faults"][0])) for cut in results["broken"]]
     lacking = [(cut, match[1]) for cut, match in lacking if match]
-    assert bool(results["broken"]) == bool(lacking) == bool(status), finished.stdout
+    assert bool(results["broken"]) == bool(status), finished.stdout
     for cut, missing in lacking[:2]:
         made = simulate("--make-card", run, cut, tmp_path / "card", *options)
         assert made.returncode == 0, made.stderr
