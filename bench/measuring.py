@@ -50,7 +50,7 @@ def run(options, name, measure, *requirements):
 
 
 def run_tables(options, name, tables_of, *requirements):
-    """The same for tables_of(build, options), which returns Markdown that is shown, and written if that is asked for."""
+    """The same for tables_of(build, options), which returns Markdown that is shown, and written if asked for."""
     def measure(build, _):
         text = tables_of(build, options)
         print(text)

@@ -240,8 +240,8 @@ def step_table(steps, found, caches):
         elapsed, processor = (figures(starts, yardstick, what) for what in ("elapsed", "processor"))
         rows.append([step.name, *elapsed, *processor, f"{float(processor[0]) - before:.1f}"])
         before = float(processor[0])
-    return table(["Up to the first picture of", "ms", "ratio", "of the processor, ms", "ratio", "more than the row above"],
-                 rows)
+    heads = ["Up to the first picture of", "ms", "ratio", "of the processor, ms", "ratio", "more than the row above"]
+    return table(heads, rows)
 
 
 def figures(starts, yardstick, what):

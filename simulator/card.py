@@ -150,8 +150,8 @@ class Card:
         with tempfile.TemporaryDirectory() as folder:
             # In a namespace of its own: what else starts meanwhile would otherwise keep the mount.
             script = 'mount -t ext4 -o "ro,loop,offset=$1,sizelimit=$2" "$3" "$4" && tar -C "$4" -cf - .'
-            packing = subprocess.Popen(["unshare", "--mount", "sh", "-c", script, "sh", str(start), str(size), self.image,
-                                        folder], stdout=subprocess.PIPE)
+            packing = subprocess.Popen(["unshare", "--mount", "sh", "-c", script, "sh", str(start), str(size),
+                                        self.image, folder], stdout=subprocess.PIPE)
             with packing, tarfile.open(fileobj=packing.stdout, mode="r|") as members:
                 yield members
 

@@ -1,3 +1,5 @@
+# shellcheck shell=sh disable=SC2034,SC2154 # what the logging shell sets and runs
+
 # The faults of the logging shell (faults.py). It sets $log, the folder of the run's logs, and $new, the system
 # partition that is not in use; $line is the command line that is struck, and $after runs when it has ended.
 

@@ -91,9 +91,9 @@ class Document:
         lines, moved = list(self._lines), 0
         for section, start in self._starts.items():
             rows = ["| " + " | ".join(cell.replace("|", "\\|") for cell in row) + " |" for row in self.tables[section]]
-            end = next((at for at, line in enumerate(self._lines) if at > start and not line.startswith("|")), len(self._lines))
-            lines[start + moved:end + moved] = rows
-            moved += len(rows) - (end - start)
+            height = len(list(itertools.takewhile(lambda line: line.startswith("|"), self._lines[start:])))
+            lines[start + moved:start + moved + height] = rows
+            moved += len(rows) - height
         return "\n".join(lines) + "\n"
 
     def trials(self):
@@ -200,7 +200,8 @@ def _commands_after(findings):
     name, moment = findings["signal"] or (None, None)
     lines = [line for line, _ in findings["commands"]]
     struck = numbers_chosen(moment, lines)[:1] if name == "TERM" else []
-    later = [line for at in struck if at > 0 for line in lines[at + 1:] if line != "sync" or not lines[at].startswith("sed ")]
+    later = [line for at in struck if at > 0 for line in lines[at + 1:]
+             if line != "sync" or not lines[at].startswith("sed ")]
     return [f"was begun after the signal: {line}" for line in later]
 
 
@@ -266,7 +267,8 @@ def run(options):
     trials = [trial for trial in document.trials() if options.only in str(trial)]
     if options.sample:
         chance = random.Random(options.seed)
-        trials = [chance.choice(list(row)) for _, row in itertools.groupby(trials, lambda trial: (trial.section, trial.row))]
+        rows = itertools.groupby(trials, lambda trial: (trial.section, trial.row))
+        trials = [chance.choice(list(row)) for _, row in rows]
     started = time.monotonic()
     with tempfile.TemporaryDirectory() as folder:
         laboratory = Laboratory(Path(folder), options.build.absolute())

@@ -186,7 +186,8 @@ def _reason(commands, log, root, faults):
 
 def _simulated(lines, faults):
     """Which fault that keeps a command from running the last one met on demand, None when it met none."""
-    kind = next((kind for kind, choice in faults if kind in NOT_RUN and len(lines) - 1 in numbers_chosen(choice, lines)), None)
+    last = len(lines) - 1
+    kind = next((kind for kind, choice in faults if kind in NOT_RUN and last in numbers_chosen(choice, lines)), None)
     return kind and f"simulated by --{'fail' if kind == 'exit' else f'fault {kind}'}"
 
 

@@ -144,7 +144,8 @@ def note_moments(options, findings):
     asked += [("--delay", choice) for choice, _ in options.delay]
     asked += [("--signal", moment) for _, moment in options.signal if moment not in came]
     missed = [(option, choice) for option, choice in asked if not numbers_chosen(choice, commands)]
-    findings["remarks"] += [f'{option}: no "{choice}" came{_hint(option, choice)}' for option, choice in dict.fromkeys(missed)]
+    findings["remarks"] += [f'{option}: no "{choice}" came{_hint(option, choice)}'
+                            for option, choice in dict.fromkeys(missed)]
     deaf = [(name, moment) for name, moment in options.signal if name == "INT" and moment not in MOMENTS]
     if deaf:
         findings["remarks"].append(f"--signal{DEAF}")

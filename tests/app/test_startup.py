@@ -52,8 +52,9 @@ def updater(build, offscreen, tmp_path):
 def test_command_line(updater, line, mode, path):
     arguments = line.split()
     output = updater(arguments, "VRK_Status" if line else "init with mode", (signal.SIGTERM, signal.SIGINT)[mode])
-    said = [*arguments, *(f"{WARNING} {flag[2:].upper()} MODE!" for flag in ("--silent", "--debug") if flag in arguments)]
-    assert output.startswith("".join(f"{text}\n" for text in said) + USAGE * mode) and output.count("Usage:") == mode
+    modes = [f"{WARNING} {flag[2:].upper()} MODE!" for flag in ("--silent", "--debug") if flag in arguments]
+    said = "".join(f"{text}\n" for text in arguments + modes)
+    assert output.startswith(said + USAGE * mode) and output.count("Usage:") == mode
     assert f'init with mode:  {mode}  Path: "{path}"\n' in output
     assert (f"\n{DEBUG} " in output) == ("--debug" in arguments)
 

@@ -8,6 +8,7 @@ import time
 import pytest
 from simulator import SOURCES
 
+LAUNCHER = SOURCES / "packaging/launcher/vrk-updater-launch"
 FSTAB = "/dev/mmcblk1p2 /data ext4 defaults 0 2\n/dev/mmcblk1p3\t/usr/local ext4 defaults 0 2\n"
 PRIVATELY = ["unshare", "--mount", "sh", "-c", 'mount --bind "$0" /etc/fstab && exec "$@"']
 SWITCH = f"printf '{FSTAB.replace('p3', 'p4')}' >/etc/fstab"
@@ -33,7 +34,8 @@ WAIT = "trap 'exit 5' TERM; touch $0-up; while :; do sleep 0.05; done"
 def test_launch(request, tmp_path, versions, taken, action, status, says, reboots):
     if subprocess.run(["unshare", "--mount", "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
         pytest.skip("the launcher's /etc/fstab needs a mount namespace, that is root")
-    folder, drive, late = tmp_path / "plugged", tmp_path / "media" / "usb stick", request.node.callspec.id == "late drive"
+    folder, drive = tmp_path / "plugged", tmp_path / "media" / "usb stick"
+    late = request.node.callspec.id == "late drive"
     folder.mkdir()
     for name in ["zepra_update_v99.tar", "other_v99.tar.gz", *(f"zepra_update_v{v}.tar.gz" for v in versions.split())]:
         (folder / name).touch()
@@ -46,8 +48,8 @@ def test_launch(request, tmp_path, versions, taken, action, status, says, reboot
                    "VRK_REBOOT_COMMAND": "false" if "rebooting" in says else f"touch {tmp_path}/rebooted"}
     if not late:
         folder.rename(drive)
-    process = subprocess.Popen([*PRIVATELY, tmp_path / "fstab", SOURCES / "packaging/launcher/vrk-updater-launch",
-                                "--silent"], env=environment, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    process = subprocess.Popen([*PRIVATELY, tmp_path / "fstab", LAUNCHER, "--silent"], env=environment, text=True,
+                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     if late:
         time.sleep(0.3)
         folder.rename(drive)
@@ -63,7 +65,7 @@ def test_launch(request, tmp_path, versions, taken, action, status, says, reboot
 
 
 def test_help():
-    launcher = SOURCES / "packaging/launcher/vrk-updater-launch"
-    environment = {"PATH": os.environ["PATH"], "VRK_UPDATER": "echo", "VRK_REBOOT_COMMAND": "echo", "VRK_DRIVE_WAIT": "0"}
-    said = subprocess.run([launcher, "--help"], env=environment, text=True, stdout=subprocess.PIPE, check=True).stdout
+    environment = {"PATH": os.environ["PATH"], "VRK_DRIVE_WAIT": "0",
+                   "VRK_UPDATER": "echo", "VRK_REBOOT_COMMAND": "echo"}
+    said = subprocess.run([LAUNCHER, "--help"], env=environment, text=True, stdout=subprocess.PIPE, check=True).stdout
     assert "VRK_UPDATE_DRIVES" in said and "status 0" not in said

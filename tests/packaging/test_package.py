@@ -67,8 +67,9 @@ def test_starts(package, build, offscreen, tmp_path):
     if package.Architecture == "armhf":
         root = root_with(package.file, library, tmp_path)
         command, environment = root.command("/usr/local/bin/vrk-updater"), {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
+    environment = {**offscreen, **environment, "XDG_RUNTIME_DIR": "/run"}
     seen = ""
-    with subprocess.Popen(command, env={**offscreen, **environment, "XDG_RUNTIME_DIR": "/run"}, text=True, stdout=subprocess.PIPE,
+    with subprocess.Popen(command, env=environment, text=True, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT) as process:
         for line in process.stdout:
             seen += line

@@ -50,7 +50,8 @@ def updates_once(run):
     nothing(run)
     output, commands = run.output(), [line.split()[0] for line, _ in run.instrument.commands()]
     assert commands.count("gzip") == commands.count("tar") == 1
-    assert "already running" not in output and output.index("VRK_Status") < output.index("Unpacking prepare setup script"), output
+    assert "already running" not in output, output
+    assert output.index("VRK_Status") < output.index("Unpacking prepare setup script"), output
 
 
 def click_early(seconds):
@@ -94,7 +95,8 @@ def keys(*names):
     "early Return": ("welcome", keys("Return"), stays_open),
     "held Return": ("welcome", lambda run: run.screen.key_down("Return"), stays_open),
     "Return held, then pressed": ("welcome", lambda run: (run.screen.key_down("Return"), time.sleep(0.8),
-                                                         run.screen.key_up("Return"), run.screen.key("Return")), stays_open),
+                                                          run.screen.key_up("Return"), run.screen.key("Return")),
+                                  stays_open),
     "touch, Return held": ("welcome to an error", lambda run: (time.sleep(0.4), run.screen.touch(*CORNER),
                                                                run.screen.key_down("Return")), stays_open),
     **{f"click after {ms} ms": ("start", click_early(ms / 1000), updates_once) for ms in (0, 30, 60, 100)},

@@ -21,7 +21,8 @@ FITS_SMALLER = "The size of 13 pixels would have room for these words, but the o
 VERSION = "3.14.10"
 FIRMWARE = "zentar/atmega/ZEPRA_AFW_2.07.hex"  # in this size no screen is wide enough for the whole path
 
-ICONS = {"accept": (53, 41), "discard": (28, 26), "left_arrow": (24, 33), "exitArrow": (128, 126), "exitMan": (128, 126)}
+ICONS = {"accept": (53, 41), "discard": (28, 26), "left_arrow": (24, 33),
+         "exitArrow": (128, 126), "exitMan": (128, 126)}
 
 
 @pytest.mark.parametrize("scene, size, language, names", [

@@ -65,7 +65,8 @@ def firmware(*lines):
     ("touch ../file", "--output file", REFUSED, "file is no folder"),
     ("touch ../file", "--output file/in", REFUSED, "--output file/in cannot be made"),
     ("true", "--output new/folder", FINE, ""),
-    *(("true", f"--version={version!r}", REFUSED, "the version") for version in ("", "../3", "3 5", "-3", "3.tar.gz-4")),
+    *(("true", f"--version={version!r}", REFUSED, "the version")
+      for version in ("", "../3", "3 5", "-3", "3.tar.gz-4")),
     (firmware(END), "", REFUSED, "holds no data"),
     (firmware(BYTE), "", REFUSED, "end record is missing"),
     (firmware(BYTE[:-1] + "F", END), "", REFUSED, "checksum"),

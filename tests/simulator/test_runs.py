@@ -25,9 +25,10 @@ PREPARE, SETUP = "usr/local/bin/zepra-prepare-update.sh", "usr/local/bin/zepra-s
 COMMANDS = "tests/installer/commands.txt"
 INSTALLER = [line.split("\t") for line in (SOURCES / COMMANDS).read_text(encoding="utf-8").splitlines()
              if line and not line.startswith("#")]
-GUIDE_SAYS = {"skips next": "skips the next", "goes on": "is ignored", "always": "is ignored", "ends": "ends the update",
-              "ends after next": "tells which partition is in use"}
-assert all(" ".join(columns[1:2]) in GUIDE_SAYS for columns in INSTALLER), f"a line in {COMMANDS}; tst_vrkupdate tells which"
+GUIDE_SAYS = {"skips next": "skips the next", "goes on": "is ignored", "always": "is ignored",
+              "ends": "ends the update", "ends after next": "tells which partition is in use"}
+assert all(" ".join(columns[1:2]) in GUIDE_SAYS for columns in INSTALLER), \
+    f"a line in {COMMANDS}; tst_vrkupdate tells which"
 GUIDE = (SOURCES / "docs/how-an-update-runs.md").read_text(encoding="utf-8")
 
 
@@ -109,11 +110,14 @@ RUNS = [
         says="its first line names"),
     row("partition full", pack=changed(BIG), **HALF_WAY, until="tar xvzf", screens=ERROR,
         says=f"at: tar xvzf & {SHOWN} & tar: usr/local/lib/big: ", remark="ran full: each has 48 MiB", arm=True),
-    row("mount fails", "--silent --fail 'mount /dev'", **NO_MOUNT, until="mount /dev", says=f"at: mount /dev & {SIMULATED}"),
-    row("INT in the extraction", "--silent --delay '3@tar xvzf' --signal INT@installing", remark="has not ended the updater"),
-    row("TERM in the extraction", "--silent --delay '1@tar xvzf' --signal 'TERM@tar xvzf'", **HALF_WAY, until="tar xvzf",
-        says="stopped by SIGTERM at: tar xvzf; last command: tar xvzf", arm=True),
-    row("TERM at the switch", "--silent --delay 1@sed --signal 'TERM@sed -i'", board="2.06", says="stopped by SIGTERM", arm=True),
+    row("mount fails", "--silent --fail 'mount /dev'", **NO_MOUNT, until="mount /dev",
+        says=f"at: mount /dev & {SIMULATED}"),
+    row("INT in the extraction", "--silent --delay '3@tar xvzf' --signal INT@installing",
+        remark="has not ended the updater"),
+    row("TERM in the extraction", "--silent --delay '1@tar xvzf' --signal 'TERM@tar xvzf'", **HALF_WAY,
+        until="tar xvzf", says="stopped by SIGTERM at: tar xvzf; last command: tar xvzf", arm=True),
+    row("TERM at the switch", "--silent --delay 1@sed --signal 'TERM@sed -i'", board="2.06",
+        says="stopped by SIGTERM", arm=True),
     row("the product itself", "--silent --program vrk-updater", **UNTOUCHED, until="gzip", says=f"{SHOWN} & {REFUSED}"),
 ]
 
@@ -150,7 +154,8 @@ def test_run(simulation, root, run):
     expected = [line for line in expected if not line.startswith(run.without)]
     ends = [number for number, line in enumerate(expected, 1) if line.startswith(run.until or "gzip")]
     assert simulation.commands() == (expected[:ends[0] if ends else None] if run.until else []), f"see {COMMANDS}"
-    after = {"partition": partitions[run.boots], "version": "3.4.0" if run.boots == "old" else "3.5.0", "board": run.board}
+    after = {"partition": partitions[run.boots], "board": run.board,
+             "version": "3.4.0" if run.boots == "old" else "3.5.0"}
     assert (findings["exit_status"], findings["mounted"]) == (run.status, partitions[run.mounted])
     assert {name: findings["after"][name] for name in after} == after
     said = output.partition("exit status of the updater")[0]

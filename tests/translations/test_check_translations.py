@@ -28,10 +28,13 @@ ROOT = Path(__file__).resolve().parents[2]
     ("es", "</TS>", "", "not readable"),
     ("translations/CMakeLists.txt", " vi ", " eo ", 's/CMakeLists.txt: does not list "vi" & lists "eo",'),
     ("src/locale/language.h", "Ru,", "Ru,\n Eo", "src/locale/language.cpp: no locale code for Eo"),
-    ("src/locale/language.cpp", "case De", "case Xx", "code for De & names are not in the order of src/locale/language.h"),
+    ("src/locale/language.cpp", "case De", "case Xx",
+     "code for De & names are not in the order of src/locale/language.h"),
     ("src/locale/language.cpp", '("pt")', '("eo")', "_eo.ts: no such file & _pt.ts: no language of the program"),
-    ("docs/languages.md", "`vrk-updater_ko.ts` | Korean", "`vrk-updater_ko.ts` |", "_ko.ts` | does not name the language"),
-    ("docs/languages.md", "| 4 |", "| 14 |", "docs/languages.md: the table lacks | 4 | `fr` | `vrk & the row | 14 | `fr` |"),
+    ("docs/languages.md", "`vrk-updater_ko.ts` | Korean", "`vrk-updater_ko.ts` |",
+     "_ko.ts` | does not name the language"),
+    ("docs/languages.md", "| 4 |", "| 14 |",
+     "docs/languages.md: the table lacks | 4 | `fr` | `vrk & the row | 14 | `fr` |"),
     ("src/locale/localemanager.cpp", "return {};", 'return QObject::tr("Stray");', "ApplicationController, QObject"),
 ])
 def test_fault_is_named(tmp_path, file, text, other, said):
