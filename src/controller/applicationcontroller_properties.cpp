@@ -139,12 +139,13 @@ void ApplicationController::showBusyBar()
 
 void ApplicationController::setError(const QString &message, ExitCode code)
 {
-    delete m_heldInput; // it came before the error, which nobody has read yet
     setConfirmationVisible(false);
     setMessage(message);
     setButtonVisible(true);
     setProgressBarVisible(false);
     setExitCode(code);
+    if (m_heldInput) // it came before the error, which nobody has read yet
+        m_heldInput->discard();
 }
 
 void ApplicationController::setProgress(double progress, int expectedDurationMsecs)

@@ -24,14 +24,6 @@ std::string recordText(const char (&text)[Size])
     return std::string(text, strnlen(text, Size));
 }
 
-/// Lets a HeldInput have what the operator did while this thread was blocked: the first turn reads
-/// it from the devices, the second sends it.
-void takeInput()
-{
-    QCoreApplication::processEvents();
-    QCoreApplication::processEvents();
-}
-
 } // namespace
 
 void ApplicationController::setUpTranslation()
@@ -96,7 +88,6 @@ bool ApplicationController::initVRK()
         return true;
     const VRK_ResultCode result = VRK_Lib_Initialize(statusCallback, this, VRK_LIB_MODE_UPDATER,
                                                      m_debug);
-    takeInput();
     if (result != VRK_RESULT_OK) {
         setError(tr("Failed to initialize VRK library"), EXIT_OK);
         return false;

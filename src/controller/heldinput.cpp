@@ -45,10 +45,21 @@ void HeldInput::release()
     QTimer::singleShot(0, this, &HeldInput::deliver);
 }
 
+/// The first turn reads from the devices, the second sends what it has read to this filter.
+void HeldInput::discard()
+{
+    m_discarded = true;
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+    delete this;
+}
+
 /// The window system may hand over newer input before this turn comes. It must not overtake, or a
 /// release would come before its press; so the filter stays until all is delivered.
 void HeldInput::deliver()
 {
+    if (m_discarded)
+        return;
     if (m_events.empty()) {
         QCoreApplication::instance()->removeEventFilter(this);
         deleteLater();

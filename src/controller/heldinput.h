@@ -19,6 +19,10 @@ public:
     /// Lets the windows have the held input in the next turn, and behind it what comes meanwhile.
     void release();
 
+    /// Delivers nothing of it, nor of what was done while this thread was blocked and is not read
+    /// yet. Processes the pending events, and deletes this object.
+    void discard();
+
 protected:
     bool eventFilter(QObject *receiver, QEvent *event) override;
 
@@ -27,4 +31,5 @@ private:
 
     std::deque<std::pair<QPointer<QObject>, std::unique_ptr<QEvent>>> m_events;
     const QEvent *m_delivered = nullptr;
+    bool m_discarded = false;
 };

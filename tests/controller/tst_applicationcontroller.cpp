@@ -137,6 +137,8 @@ void ApplicationControllerTest::prepare()
         return code("query");
     };
     fakeInstrument().status = [=](VRK_Status *status) {
+        if (setting("tap", "") == "late")
+            tap();
         status->boardConnected = static_cast<std::uint8_t>(setting("connected", "1").toInt());
         return code("query");
     };
@@ -211,7 +213,8 @@ void ApplicationControllerTest::take(const QString &action, ApplicationControlle
         emit installer->progressChanged(0.1, 1000);
         emit installer->progressChanged(0.9, 43000);
         emit controller->findChild<AtmegaUpdate *>()->progressChanged(0.05, 2000);
-        emit controller->findChild<AtmegaUpdate *>()->progressChanged(0.9, 2000);
+        emit controller->findChild<AtmegaUpdate *>()->progressChanged(-0.1, 2000);
+        emit controller->findChild<AtmegaUpdate *>()->progressChanged(1.25, 2000);
     } else if (action == "tap") {
         tap();
         QCoreApplication::processEvents();
@@ -294,16 +297,22 @@ void ApplicationControllerTest::storedLanguages()
 {
     fakeInstrument().processor = "x86_64"; // whose translations lie beside the program
     const QStringList german = { "language=2" }, russian = { "language=12", "language=\"12\"" };
+    const QString folder; // in the place of the file
     const QStringList others = { "language=0",    "language=1000", "language=-1", "language=ru",
-                                 "language=12.5", "language=1, 2", "; nothing" };
+                                 "language=12.5", "language=1, 2", "; nothing",   folder };
     QVERIFY(QDir().mkpath("/var/zepra/vrk-gui"));
     QFile settings("/var/zepra/vrk-gui/settings.ini");
     for (const QString &stored : german + russian + others) {
         const QByteArray content = "[Regional]\n" + stored.toUtf8() + '\n';
-        QVERIFY(settings.open(QIODevice::WriteOnly) && settings.write(content) > 0);
+        QVERIFY(settings.remove() || !settings.exists());
+        QVERIFY(stored == folder ? QDir().mkdir(settings.fileName())
+                                 : settings.open(QIODevice::WriteOnly) && settings.write(content) > 0);
         settings.close();
         {
+            const MessageLog log;
             const ApplicationController controller(ApplicationController::DISPLAY_ERROR, false, false, "", nullptr);
+            compareLines(log.take(),
+                         expanded("begins").mid(0, 1).replaceInStrings("MODE", "1").replaceInStrings("PATH", ""));
             QCOMPARE(controller.buttonText(),
                      german.contains(stored)            ? "Neu starten"
                              : russian.contains(stored) ? "Перезагрузить"
@@ -312,10 +321,10 @@ void ApplicationControllerTest::storedLanguages()
             QVERIFY(engine->importPathList().contains("qrc:/"));
             QVERIFY(engine->rootContext()->contextProperty("_localeManager").value<QObject *>() != nullptr);
         }
-        QVERIFY(settings.open(QIODevice::ReadOnly) && settings.readAll() == content);
+        QVERIFY(stored == folder || (settings.open(QIODevice::ReadOnly) && settings.readAll() == content));
         settings.close();
     }
-    QVERIFY(settings.remove());
+    QVERIFY(QDir().rmdir(settings.fileName()));
 }
 
 /// A second start is refused while a worker runs. The controller's end awaits its command, or its flash.
