@@ -13,6 +13,8 @@ QQC2.Label {
     // Points.
     property int fontSize: FontSize.medium
 
+    // Names and versions from outside may look like markup.
+    textFormat: Text.PlainText
     font.family: Style.fontFamily
     font.pointSize: fontSize
 }
