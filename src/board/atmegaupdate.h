@@ -25,8 +25,8 @@ public slots:
     void setProgress(double progress);
 
 signals:
-    /// `progress` is a fraction of the whole update, 0.0 to 1.0; `expectedDurationMsecs` the time
-    /// over which the screen moves to it.
+    /// `progress` is a tenth of the flash's fraction, unbounded if the library's counts are;
+    /// `expectedDurationMsecs` the time over which the screen moves to it.
     void progressChanged(double progress, int expectedDurationMsecs);
 
     /// The outcome of a run, emitted once at its end; true when the board has the new firmware.

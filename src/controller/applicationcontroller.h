@@ -61,7 +61,8 @@ public:
     bool isProgressBarIndeterminate() const;
     bool isButtonVisible() const;
 
-    /// Overall progress, 0.0 to 1.0; never falls.
+    /// Overall progress, 0.0 to 1.0, or more while a board's library counts beyond its total; never
+    /// falls.
     double progress() const;
 
     /// Milliseconds over which the screen moves to a new progress value.

@@ -21,9 +21,9 @@ def updater(build, offscreen, tmp_path):
     environment = {**offscreen, "PATH": f"{tmp_path}:{os.environ['PATH']}", "QT_IM_MODULE": "other",
                    "VRK_EMBEDDED_API_INI": f"{tmp_path}/settings"}
 
-    def run(arguments, until, number):
+    def run(arguments, until, number, within=()):
         output = f"{program}\n"
-        with subprocess.Popen([program, *arguments], env=environment, text=True, stdout=subprocess.PIPE,
+        with subprocess.Popen([*within, program, *arguments], env=environment, text=True, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT) as process:
             assert process.stdout.readline() == output
             for line in process.stdout:
@@ -57,6 +57,14 @@ def test_command_line(updater, line, mode, path):
     assert output.startswith(said + USAGE * mode) and output.count("Usage:") == mode
     assert f'init with mode:  {mode}  Path: "{path}"\n' in output
     assert (f"\n{DEBUG} " in output) == ("--debug" in arguments)
+
+
+def test_a_screen_that_cannot_be_loaded(updater):
+    without_qml = ("unshare", "--mount", "sh", "-c", 'mount -t tmpfs none /usr/lib/*/qt5/qml && exec "$@"', "sh")
+    if subprocess.run([*without_qml, "true"], check=False, stderr=subprocess.DEVNULL).returncode:
+        pytest.skip("needs root, to hide Qt's QML modules")
+    output = updater(["-u", "a"], "VRK_Status", signal.SIGTERM, without_qml)
+    assert "failed to load component" in output
 
 
 def test_echo_comes_first_and_on_standard_output(build):

@@ -1,13 +1,16 @@
 """Libraries that a firmware engineer may name: what configuring says of them, and how the updater runs with one."""
 
-import gzip
+import re
 import subprocess
 from pathlib import Path
 
 import pytest
 from simulator import SOURCES
+from simulator.build import Build
+from simulator.run import run_updater
+from simulator.view import bar_of
 
-LIBRARY = Path(__file__).with_name("longerlibrary.cpp")
+LIBRARY = Path(__file__).with_name("unrulylibrary.cpp")
 PROJECT = """\
 cmake_minimum_required(VERSION 3.21)
 project(probe CXX)
@@ -17,7 +20,7 @@ target_link_libraries(program vrk-embedded-api)
 """
 PROGRAM = """\
 #include "vrk-embedded-api.h"
-int main() { VRK_Status status; const ScopeLogger scope("main", false); return VRK_GetStatus(&status); }
+int main() { VRK_Status status; const ScopeLogger scope("main", false); VRK_GetStatus(&status); return status.boardConnected == 0; }
 """
 
 
@@ -48,15 +51,20 @@ def test_a_named_library(tmp_path, source, definition, said, usable):
         subprocess.run([build / "program"], check=True)
 
 
-def test_the_updater_with_longer_records(build, offscreen, tmp_path):
-    archive = tmp_path / "zepra_update_v2.tar.gz"
-    archive.write_bytes(gzip.compress(b"not looked at on this processor"))
-    environment = {**offscreen, "LD_LIBRARY_PATH": str(build / "tests/board/longer")}
-    with subprocess.Popen([build / "bin/vrk-updater", "-u", archive, "--silent"], env=environment, text=True,
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT) as updater:
-        seen = []
-        for line in updater.stdout:
-            seen.append(line.strip())
-            if line.startswith("-scope"):
-                updater.terminate()
-    assert (updater.returncode, seen.count("+VRKUpdate::run"), seen.count("-scope")) == (0, 1, 1), seen
+class UnrulyBuild(Build):
+    library = property(lambda self: self.folder / "tests/board/unruly/libvrk-embedded-api.so")
+
+
+@pytest.mark.usefixtures("parts")
+def test_the_updater_with_an_unruly_library(build):
+    with run_updater(build=UnrulyBuild(build)) as run:
+        run.watcher.wait_for(focus="yes")
+        run.screen.key("Return")
+        run.watcher.wait_for(focus="button")
+        run.screen.key("Return")
+        assert run.wait() == 0
+        said = [line for line in run.output().splitlines() if re.match(r"\+|-scope|ATMEGA", line)]
+    assert sorted(said) == ["+AtmegaUpdate::run", "+VRKUpdate::run", "-scope", "-scope",
+                            "ATMEGA Firmware upgrade successfully"]
+    values = [fill for bar, fill in (bar_of(row) for _, row in run.watcher.bar) if bar == "value"]
+    assert values == sorted(values) and values[-1] == 1, values

@@ -12,12 +12,12 @@ constexpr int notAsked = -1000; // the library
 
 VRK_ResultCode flash(const VRK_ProgressCallback *progress, int code)
 {
-    const int counts[][2] = { { 0, 4 }, { 1, 0 }, { 2, 4 }, { 1, 2 }, { 0, 4 }, { 4, 4 }, { 5, 4 } };
-    std::thread([&] { // one of the library's choosing
-        for (const auto &[done, total] : counts)
-            progress->function(progress->userData, done, total);
-    })
-            .join();
+    const int counts[][2] = {
+        { 0, 4 }, { 1, 0 }, { 1000000, 2000001 }, { 1000001, 2000003 }, { 0, 4 }, { -1, 4 }, { 1, -2 },
+        { 4, 4 }, { 5, 4 }
+    };
+    for (const auto &[done, total] : counts) // on threads of the library's choosing
+        std::thread(progress->function, progress->userData, done, total).join();
     return static_cast<VRK_ResultCode>(code);
 }
 
@@ -68,7 +68,9 @@ void AtmegaUpdateTest::runs()
     QStringList lines = { "debug: +AtmegaUpdate::run" };
     if (code != notAsked)
         lines << "VRK_FlashATMEGA_file " + QString(path).replace("Ж", "?")
-              << QString("progress 0.05 2000,progress 0 2000,progress 0.1 2000,progress 0.125 2000").split(',');
+              << QString("progress 0.05 2000,progress 0 2000,progress -0.025 2000,progress -0.05 2000,progress 0.1 "
+                         "2000,progress 0.125 2000")
+                         .split(',');
     if (code != notAsked && code != 0) {
         lines << QString("warning: Error upgrading firmware. Error return:  %1").arg(code);
         said.prepend("ATMEGA Upgrade failed ");
