@@ -42,8 +42,8 @@ mkdir -p {TRACES}
 echo {{version}} > /usr/local/{SETUP_TRACE}
 echo "set up {{version}}" >> {TRACES}/setup.log
 """
-# What was written reaches the disk before /etc/fstab names this partition.
-SETUP_SYNC = "sync\n"
+# What was written reaches the disk before /etc/fstab names this partition. Without -f it would tell no error.
+SETUP_SYNC = "sync -f /usr/local\n"
 
 ODD_NAMES = [
     "name with blanks.txt",
