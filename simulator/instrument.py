@@ -237,6 +237,11 @@ class Instrument:
         """The command lines that the updater has given to the shell, each with its exit status once it has ended."""
         return read_commands(self.run_folder)
 
+    def last_work(self):
+        """When the last command ended and the board was last written, where that was; seconds since the epoch."""
+        files = (self.run_folder / faults.COMMAND_LOG, self.folder / "board" / BOARD_STATE)
+        return [file.stat().st_mtime for file in files if file.exists()]
+
     def wait_for_commands(self, timeout=10):
         """Waits until the last command has ended, which goes on when the updater is killed."""
         until = time.monotonic() + timeout

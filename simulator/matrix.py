@@ -42,7 +42,7 @@ PACK = 'set -e; pack() { tar -czf "$archive" "$@"; }; '
 TO_THE_ERROR = ["--fail", "umount"]
 SUCCESS = "Firmware upgrade successful"
 WRONG_REMARK = re.compile("QML|the operator stopped|nothing changed|stood still|could not be pressed|no \".*\" came")
-JOBS, PATIENCE_SECONDS = 2, 300
+JOBS, PATIENCE_SECONDS, PROMPT_SECONDS = 2, 300, 3
 
 
 @dataclass(frozen=True)
@@ -150,6 +150,7 @@ class Laboratory:
         self._fstab = self._made.card.read_file(ROOT, FSTAB)
         self._lines = known_lines()
         self.looks = collections.defaultdict(set)  # of the words on the screen
+        self.longest = 0  # for which an updater went on after a signal, when all that was running had ended, in seconds
 
     def make(self, trial):
         """Makes a trial; returns its Ending and what went wrong with it, as a list of texts."""
@@ -192,21 +193,29 @@ class Laboratory:
             faults.append("the partition that was in use was written")
         if "?" in self._screen(findings):
             faults.append(f"the error screen cannot be told:\n{output}")
+        if findings["signal"]:
+            self.longest = max(self.longest, findings["lingered"])
+        if findings["signal"] and findings["lingered"] > PROMPT_SECONDS:
+            faults.append(f"went on for {findings['lingered']} s after the signal and what was running")
         return faults + _commands_after(findings)
 
 
 def _commands_after(findings):
-    """Complaints about commands of the installer that were begun after it was asked to end, in the midst of it."""
+    """Complaints about commands that were begun after the installer was asked to end.
+
+    It is asked only once the archive's test has ended, and may have begun those before umount by then.
+    """
     name, moment = findings["signal"] or (None, None)
     lines = [line for line, _ in findings["commands"]]
     struck = numbers_chosen(moment, lines)[:1] if name == "TERM" else []
-    later = [line for at in struck if at > 0 for line in lines[at + 1:]
+    first = next((at for at, line in enumerate(lines) if line.startswith("umount")), len(lines))
+    later = [line for at in struck for line in lines[at + 1 if at > 0 else first:]
              if line != "sync" or not lines[at].startswith("sed ")]
     return [f"was begun after the signal: {line}" for line in later]
 
 
 def known_lines():
-    """The lines of the updater's log that the guide explains, up to where they go on with other words."""
+    """The lines of the updater's log that the guide explains one by one, up to where they go on with other words."""
     section = GUIDE.read_text(encoding="utf-8").partition("\n## Reading the log\n")[2].partition("\n## ")[0]
     return [line.removesuffix("…").rstrip() for line in re.findall(r"^\| `(.*?)` \|", section, re.MULTILINE)]
 
@@ -275,7 +284,9 @@ def run(options):
         endings, otherwise, went_wrong = make_all(laboratory, trials, document)
     complaints = unclear(laboratory.looks)
     print(*complaints, f"{len(trials)} trials in {time.monotonic() - started:.0f} s, seed {options.seed}: "
-          f"{otherwise} came out otherwise, {went_wrong} went wrong", sep="\n")
+          f"{otherwise} came out otherwise, {went_wrong} went wrong",
+          f"after a signal, once what was running had ended, the updater went on for {laboratory.longest} s at most",
+          sep="\n")
     if options.write:
         document.put(endings)
         DOCUMENT.write_text(document.text(), encoding="utf-8")

@@ -111,6 +111,7 @@ def whole_run(instrument, arguments, options):
     findings = operate(instrument, arguments, options)
     findings["mounted"] = instrument.mounted_partition()
     findings["commands"] = instrument.commands()
+    findings["lingered"] = lingered(instrument, findings)
     note_moments(options, findings)
     log = (instrument.run_folder / UPDATER_LOG).read_text(errors="replace")
     findings["update"] = outcome(findings, log, instrument.root.path, options.fault)
@@ -134,6 +135,12 @@ def warn_of_small_card(instrument, wanted_mib, unpacked):
     if unpacked // MIB > there:
         print(f"the archive may not fit: it takes up to {unpacked // MIB} MiB, and the partitions have {there} MiB")
     sys.stdout.flush()
+
+
+def lingered(instrument, findings):
+    """The seconds for which the updater went on after its last command, the board's flash and the moments it passed."""
+    over = findings.pop("over")
+    return round(over - max([*instrument.last_work(), *findings["moments"].values()], default=over), 2)
 
 
 def note_moments(options, findings):
@@ -169,7 +176,7 @@ def operate(instrument, arguments, options):
             return ended(running, time.monotonic())
     pictures = instrument.run_folder / "pictures"
     pictures.mkdir()
-    moments, remarks = [], []
+    moments, remarks = {}, []
     with Screen(*options.size) as screen, Watcher(screen) as watcher:
         started = time.monotonic()
         with on_screen(instrument, screen, arguments) as running:
@@ -186,8 +193,8 @@ def operate(instrument, arguments, options):
 
 
 def send(running, moment, signals, moments):
-    """Sends the signals that a moment brings, and notes it as come."""
-    moments.append(moment)
+    """Sends the signals that a moment brings, and notes when it came."""
+    moments[moment] = time.time()
     for name in [name for name, asked in signals if asked == moment]:
         running.process.send_signal(signal.Signals[f"SIG{name}"])
         time.sleep(SIGNAL_PAUSE)
@@ -225,7 +232,7 @@ def as_soon_as(condition, action):
 
 def ended(running, started):
     """Findings about a run, as soon as the updater has ended."""
-    status = running.wait(timeout=None)
+    status, over = running.wait(timeout=None), time.time()
     if status == 128 + signal.SIGKILL:
         running.instrument.wait_for_commands()
     remarks = [f"the QML engine complained: {line}" for line in qml_faults(running.output())]
@@ -233,7 +240,7 @@ def ended(running, started):
         room = running.instrument.card.partition_bytes // MIB
         remarks.append(f"a partition ran full: each has {room} MiB (--partition-size gives a new instrument more)")
     return {"exit_status": status, "seconds": round(time.monotonic() - started, 1), "screens": [], "answer": None,
-            "moments": [], "remarks": remarks}
+            "moments": {}, "over": over, "remarks": remarks}
 
 
 def this_display(instrument):
