@@ -20,7 +20,13 @@ target_link_libraries(program vrk-embedded-api)
 """
 PROGRAM = """\
 #include "vrk-embedded-api.h"
-int main() { VRK_Status status; const ScopeLogger scope("main", false); VRK_GetStatus(&status); return status.boardConnected == 0; }
+int main()
+{
+    VRK_Status status;
+    const ScopeLogger scope("main", false);
+    VRK_GetStatus(&status);
+    return status.boardConnected == 0;
+}
 """
 
 
