@@ -21,9 +21,6 @@ FIRMWARE_BYTES = 32 * 1024
 HEX_RECORD_BYTES = 16
 BYTES_PER_INODE = 16 * 1024
 
-KINDS = {tarfile.DIRTYPE: "folder", tarfile.SYMTYPE: "link", tarfile.CHRTYPE: "character device",
-         tarfile.BLKTYPE: "block device", tarfile.FIFOTYPE: "pipe"}  # all others are files
-
 TRACES = "/var/lib/zepra"
 SETUP_TRACE = "share/zentar/setup-done"
 
@@ -163,41 +160,21 @@ def _write_odd_names(folder):
 
 
 def tree(folder):
-    """Type and permissions of all that lies below a folder, and what a link names or a file holds."""
+    """Type, permissions and owner of all that lies below a folder, and what a link names, a file holds, a device is."""
     def describe(path):
+        status = path.lstat()
         if path.is_symlink():
-            return os.readlink(path)
-        return hashlib.sha256(path.read_bytes()).hexdigest() if path.is_file() else None
+            content = os.readlink(path)
+        else:
+            content = hashlib.sha256(path.read_bytes()).hexdigest() if path.is_file() else status.st_rdev
+        return oct(status.st_mode), (status.st_uid, status.st_gid), content
 
-    return {str(path.relative_to(folder)): (oct(path.lstat().st_mode), describe(path)) for path in folder.rglob("*")}
+    return {str(path.relative_to(folder)): describe(path) for path in folder.rglob("*")}
 
 
 def system_of_archive(file):
     """The system that an archive brings, as tree() tells of it. Raises CalledProcessError when tar fails."""
     with tempfile.TemporaryDirectory() as folder:
-        subprocess.run(["tar", "-xf", file, "-C", folder], check=True)  # refuses what would lie elsewhere
+        # Tar refuses what would lie elsewhere.
+        subprocess.run(["tar", "--numeric-owner", "-C", folder, "-xf", file], check=True)
         return tree(Path(folder, "usr", "local"))
-
-
-def brought(file):
-    """What an archive brings for the system partition, as listed() tells it."""
-    with tarfile.open(file) as members:
-        found = listed(members)
-    return {name.removeprefix("usr/local/"): entry for name, entry in found.items() if name.startswith("usr/local/")}
-
-
-def listed(members):
-    """Type, permissions and owner of an open archive's members, and what a link names or a file holds.
-
-    Nothing is unpacked; of members of the same name the last counts.
-    """
-    found = {}
-    for member in members:
-        name, target = (os.path.normpath(path).lstrip("/") for path in (member.name, member.linkname))
-        if member.islnk():
-            found[name] = found[target]
-            continue
-        content = hashlib.sha256(members.extractfile(member).read()).hexdigest() if member.isreg() else None
-        found[name] = (KINDS.get(member.type, "file"), None if member.issym() else oct(member.mode),
-                       (member.uid, member.gid), member.linkname if member.issym() else content)
-    return found

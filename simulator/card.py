@@ -7,7 +7,6 @@ import hashlib
 import os
 import struct
 import subprocess
-import tarfile
 import tempfile
 
 MIB = 1024 * 1024
@@ -143,17 +142,14 @@ class Card:
         if not os.listdir(folder):  # The status of debugfs does not tell.
             raise OSError(f"nothing can be read from {partition} of {self.image}")
 
-    @contextlib.contextmanager
-    def packed(self, partition):
-        """All that lies on a partition as an open tar file, to be read once from its beginning."""
+    def shell(self, partition, command, *words):
+        """What a shell command with these words says in a partition that is mounted as the boot does it, meanwhile."""
         start, size = self.region(partition)
-        with tempfile.TemporaryDirectory() as folder:
-            # In a namespace of its own: what else starts meanwhile would otherwise keep the mount.
-            script = 'mount -t ext4 -o "ro,loop,offset=$1,sizelimit=$2" "$3" "$4" && tar -C "$4" -cf - .'
-            packing = subprocess.Popen(["unshare", "--mount", "sh", "-c", script, "sh", str(start), str(size),
-                                        self.image, folder], stdout=subprocess.PIPE)
-            with packing, tarfile.open(fileobj=packing.stdout, mode="r|") as members:
-                yield members
+        # In a namespace of its own: what else starts meanwhile would otherwise keep the mount.
+        script = ('mount -t ext4 -o "loop,noatime,offset=$1,sizelimit=$2" "$3" /mnt && shift 3 '
+                  f"&& (cd /mnt && {command}) && umount /mnt")
+        return subprocess.check_output(["unshare", "--mount", "sh", "-c", script, "sh", str(start), str(size),
+                                        self.image, *words])
 
     def digest(self, partition):
         """A digest of a partition's bytes but for those that each mount writes: superblock and journal."""

@@ -184,4 +184,5 @@ def difference(expected, found):
 
 def _listed(names):
     more = len(names) - NAMES_TOLD
-    return ", ".join(sorted(names)[:NAMES_TOLD]) + (f" and {more} more" if more > 0 else "")
+    told = [os.fsencode(name).decode(errors="backslashreplace") for name in sorted(names)[:NAMES_TOLD]]
+    return ", ".join(told) + (f" and {more} more" if more > 0 else "")

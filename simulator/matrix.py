@@ -167,7 +167,7 @@ class Laboratory:
         return Ending(
             self._screen(findings), str(findings["exit_status"]), self._log(simulation),
             {OLD: "old", NEW: "new", None: "nothing"}[findings["mounted"]], known.get(fstab, "other"),
-            _next_start(simulation.card, findings["after"]["partition"], update),
+            _next_start(simulation, findings["after"]["partition"], update),
             {BEFORE: "old", "": "none"}.get(findings["after"]["board"], "new"))
 
     def _screen(self, findings):
@@ -228,18 +228,15 @@ def _packed(folder, made_by):
     return made
 
 
-def _next_start(card, partition, update):
+def _next_start(simulation, partition, update):
     """What the instrument starts next."""
     if partition != NEW:
         return "old" if partition == OLD else "nothing"
-    wanted = archive.brought(update)
+    wanted, found = archive.system_of_archive(update), simulation.system(NEW)
     if SETUP in wanted:  # which the updater makes executable
-        kind, mode, *others = wanted[SETUP]
-        wanted[SETUP] = (kind, oct(int(mode, 8) | 0o111), *others)
-    with card.packed(NEW) as members:
-        found = archive.listed(members)
-    for name in (".", "lost+found"):
-        found.pop(name, None)
+        mode, *others = wanted[SETUP]
+        wanted[SETUP] = (oct(int(mode, 8) | 0o111), *others)
+    found.pop("lost+found", None)
     set_up = found.pop(archive.SETUP_TRACE, None)
     if any(found.get(name) != entry for name, entry in wanted.items()):
         return "not what the archive brings"

@@ -3,9 +3,11 @@
 import json
 import os
 import subprocess
+import tempfile
 import time
+from pathlib import Path
 
-from . import SOURCES
+from . import SOURCES, archive
 from .build import Build
 from .instrument import Instrument, Settings
 from .namespaces import leftovers
@@ -55,6 +57,12 @@ class Simulation:
     def output(self):
         """What the updater and its commands wrote."""
         return (self.log / UPDATER_LOG).read_text(errors="replace")
+
+    def system(self, partition):
+        """The system on a partition, as archive.tree() tells of it."""
+        with tempfile.TemporaryDirectory() as folder:
+            self.card.shell(partition, 'cp -a . "$1"', folder)
+            return archive.tree(Path(folder))
 
     def leftovers(self):
         """What is still there of the simulation after some seconds, temporary files included."""

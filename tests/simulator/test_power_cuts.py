@@ -36,13 +36,6 @@ def simulate(tmp_path, build):
     return run
 
 
-def recovered(image, partition, command):
-    """What a command says in a partition of a card that is mounted as the boot does it."""
-    start, size = Card(image).region(partition)
-    reading = f'mount -o loop,offset={start},sizelimit={size} "$0" /mnt && cd /mnt && {command}'
-    return subprocess.check_output(["unshare", "--mount", "sh", "-c", reading, image], text=True)
-
-
 @pytest.mark.parametrize("options, status", [([], 0), (["--card-without-flush"], 1)], ids=["whole", "broken"])
 def test_power_cuts(simulate, tmp_path, options, status):
     finished = simulate("--power-cuts", "short", *options)
@@ -58,20 +51,22 @@ def test_power_cuts(simulate, tmp_path, options, status):
     assert leftovers(tmp_path) == []
     assert bool(results["broken"]) == bool(status), finished.stdout
 
+    card = Card(tmp_path / "card")
+
     def make(cut):
-        made = simulate("--make-card", run, cut, tmp_path / "card", *options)
+        made = simulate("--make-card", run, cut, card.image, *options)
         assert made.returncode == 0, made.stderr
-        return recovered(tmp_path / "card", ROOT, "cat etc/fstab")
+        return card.shell(ROOT, "cat etc/fstab").decode()
 
     # At the end all is on a card that flushes, and nothing surely on one that only claims to.
     entries = len(writelog.read(run / WRITE_LOG))
     assert f"/dev/{USED if status else OTHER}" in make(f"{entries}.none")
     assert f"/dev/{OTHER}" in make(f"{entries}.all")
-    assert archive.SETUP_TRACE in recovered(tmp_path / "card", OTHER, "find -printf '%P\\n'").splitlines()
+    assert archive.SETUP_TRACE in card.shell(OTHER, "find -printf '%P\\n'").decode().splitlines()
     lacking = [(cut["cut"], NEW_LACKS.match(cut["faults"][0])) for cut in results["broken"]]
     for cut, missing in [(cut, match[1]) for cut, match in lacking if match][:2]:
         assert f"/dev/{OTHER}" in make(cut)
-        assert missing not in recovered(tmp_path / "card", OTHER, "find -printf '%P\\n'").splitlines()
+        assert missing not in card.shell(OTHER, "find -printf '%P\\n'").decode().splitlines()
 
 
 @pytest.mark.parametrize("root, old, new, system, fault", [
@@ -82,6 +77,7 @@ def test_power_cuts(simulate, tmp_path, options, status):
     (SWITCHED, WHOLE, CHANGED, NEW, f"the new system, on {OTHER}: different: bin/gui"),
     (SWITCHED, PARTIAL, WHOLE, NEW, f"the system that was in use, on {USED}: missing: bin/gui"),
     (FSTAB, WHOLE | {"left": ("0o100644", "")}, WHOLE, OLD, f"the system that was in use, on {USED}: not of it: left"),
+    (SWITCHED, WHOLE, WHOLE | {"\udcff": ("0o100644", "")}, NEW, f"the new system, on {OTHER}: not of it: \\xff"),
     (FSTAB, WHOLE, Finding("cannot be mounted"), OLD, "cannot be mounted"),
     (Finding("cannot be mounted"), WHOLE, WHOLE, None, "cannot be mounted"),
     (FSTAB + 100 * "\0", WHOLE, WHOLE, None, NOT_FSTAB),

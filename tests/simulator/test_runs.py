@@ -173,10 +173,9 @@ def test_run(simulation, root, run):
     assert (simulation.folder / "data/prepare.log").exists() == prepared
     assert simulation.leftovers() == []
     if run.boots == "new":
-        with simulation.card.packed(partitions["new"]) as members:
-            installed = archive.listed(members)
-        assert installed.pop(".") and installed.pop(archive.SETUP_TRACE)
-        assert installed == archive.brought(update)
+        installed = simulation.system(partitions["new"])
+        assert installed.pop(archive.SETUP_TRACE)
+        assert installed == archive.system_of_archive(update)
 
 
 @pytest.mark.arm
