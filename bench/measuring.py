@@ -1,6 +1,5 @@
 """What the measuring commands share: options, turns, figures, and their tables in docs/performance.md."""
 
-import argparse
 import datetime
 import os
 import re
@@ -9,23 +8,16 @@ import time
 from pathlib import Path
 
 from simulator import SOURCES
-from simulator.build import NOT_POSSIBLE, Build, NotPossible, require_screen
+from simulator.build import Build, require_screen
+from simulator.commandline import status_of, tool_parser
 from simulator.namespaces import run_isolated
 
 DOCUMENT = SOURCES / "docs" / "performance.md"
 
 
-def parser(name, description):
-    """A parser with the option that all have; `name` is the command, such as "bench/update"."""
-    made = argparse.ArgumentParser(prog=name, description=description,
-                                   formatter_class=argparse.RawDescriptionHelpFormatter)
-    made.add_argument("--build", type=Path, default=SOURCES / "build" / "dev", help="the build folder (build/dev)")
-    return made
-
-
 def table_parser(name, description, runs=5):
-    """The same with the options of those that make tables."""
-    made = parser(name, description)
+    """The parser of a command that makes tables, such as "bench/update"."""
+    made = tool_parser(name, description)
     made.add_argument("--runs", type=int, default=runs, help=f"how many runs each figure is the median of ({runs})")
     made.add_argument("--write", action="store_true", help="write the tables into docs/performance.md")
     return made
@@ -34,19 +26,14 @@ def table_parser(name, description, runs=5):
 def run(options, name, measure, *requirements):
     """Runs measure(build, options) in private namespaces; returns the exit status."""
     build = Build(options.build.absolute())
-    try:
+
+    def job():
         for require in (require_screen, *requirements):
             require()
         build.check()
-    except NotPossible as error:
-        print(f"{name}: skipped, {error}")
-        return NOT_POSSIBLE
+        return run_isolated(lambda: measure(build, options) or 0, name)
 
-    def job():
-        measure(build, options)
-        return 0
-
-    return run_isolated(job, name)
+    return status_of(job, name)
 
 
 def run_tables(options, name, tables_of, *requirements):

@@ -13,9 +13,10 @@ import sys
 import time
 from pathlib import Path
 
-from bench.measuring import moments_of, parser, processor_clock, run
+from bench.measuring import moments_of, processor_clock, run
 from simulator import archive
 from simulator.build import NotPossible
+from simulator.commandline import tool_parser
 from simulator.instrument import Settings
 from simulator.run import SILENT, run_updater
 from simulator.viewer import Viewer
@@ -107,7 +108,7 @@ def require_two_cores():
 
 
 def main():
-    arguments = parser("bench/screen", __doc__)
+    arguments = tool_parser("bench/screen", __doc__)
     arguments.add_argument("--ballast", type=int, default=40, help="size of the archive in files of 8 MiB (40)")
     return run(arguments.parse_args(), "bench/screen", measure, require_two_cores)
 

@@ -7,12 +7,13 @@ import subprocess
 import sys
 from pathlib import Path
 
+from . import SOURCES
 from .build import ARM_PROGRAM, NATIVE_PROGRAM, NOT_POSSIBLE, NotPossible, make, require_devices, require_served_card
 from .faults import KINDS
 from .languages import LOCALES
+from .namespaces import OWN_FAILURE
 from .screen_names import SIGNAL_SCREENS
 
-OWN_FAILURE = 125
 SIGNALS = ("TERM", "INT", "KILL")
 
 DESCRIPTION = """\
@@ -210,6 +211,14 @@ def main():
         return simulate(options, folder)
 
     return status_of(run, "simulate")
+
+
+def tool_parser(name, description):
+    """The parser of a developers' command, such as "tools/try-faults", with the option that all of them have."""
+    parser = argparse.ArgumentParser(prog=name, description=description,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", type=Path, default=SOURCES / "build" / "dev", help="the build folder (build/dev)")
+    return parser
 
 
 def status_of(run, name):

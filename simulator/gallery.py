@@ -8,7 +8,6 @@ Two errors are missing, which cannot be brought about: that the back end is not 
 board's firmware file vanishes.
 """
 
-import argparse
 import itertools
 import json
 import os
@@ -24,7 +23,8 @@ from pathlib import Path
 from PIL import Image
 
 from . import SOURCES
-from .build import NOT_POSSIBLE, Build, NotPossible, require_screen
+from .build import Build, require_screen
+from .commandline import status_of, tool_parser
 from .namespaces import run_isolated
 from .run import ARCHIVE, CORRUPT_ARCHIVE, MISSING_ARCHIVE, UNNAMED_ARCHIVE, run_updater
 from .instrument import Settings
@@ -196,17 +196,11 @@ def make_sheets(build, locales, folder):
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="tools/make-gallery", description=__doc__,
-                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser = tool_parser("tools/make-gallery", __doc__)
     parser.add_argument("--languages", type=Path, metavar="FOLDER")
     parser.add_argument("--only", metavar="LOCALE,...", help="only the sheets of these languages")
-    parser.add_argument("--build", type=Path, default=SOURCES / "build" / "dev", help="the build folder (build/dev)")
     options = parser.parse_args()
-    try:
-        return languages(options) if options.languages else make_gallery() or 0
-    except (NotPossible, OSError, subprocess.SubprocessError) as error:
-        print(f"make-gallery: {error}", file=sys.stderr)
-        return NOT_POSSIBLE if isinstance(error, NotPossible) else 1
+    return status_of(lambda: languages(options) if options.languages else make_gallery() or 0, "make-gallery")
 
 
 def languages(options):

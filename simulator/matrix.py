@@ -1,9 +1,8 @@
 """Tries faults at every command of an update, strange archives, and signals at every moment, each in a simulated
 instrument of its own with an operator, and compares what comes of it with the tables of docs/faults.md. Their first
 columns and their headings say what is tried. The exit status is 1 when anything comes out otherwise, 77 where it
-cannot be tried here."""
+cannot be tried here, and 125 when the trying itself fails."""
 
-import argparse
 import collections
 import itertools
 import os
@@ -20,8 +19,9 @@ from pathlib import Path
 from PIL import Image
 
 from . import SOURCES, archive
-from .build import NOT_POSSIBLE, NotPossible, require_screen, require_served_card
+from .build import require_screen, require_served_card
 from .card import MIB, PARTITIONS, ROOT
+from .commandline import status_of, tool_parser
 from .faults import numbers_chosen
 from .instrument import FSTAB
 from .outside import Simulation
@@ -269,6 +269,8 @@ def unclear(looks):
 
 
 def run(options):
+    require_screen()
+    require_served_card()
     document = Document(DOCUMENT.read_text(encoding="utf-8"))
     trials = [trial for trial in document.trials() if options.only in str(trial)]
     if options.sample:
@@ -291,23 +293,15 @@ def run(options):
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="tools/try-faults", description=__doc__,
-                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser = tool_parser("tools/try-faults", __doc__)
     parser.add_argument("--only", default="", metavar="TEXT", help="only what has this text in it: sed, full@, tar")
     parser.add_argument("--sample", action="store_true", help="of each row only one cell, by chance")
     parser.add_argument("--seed", type=int, default=random.randrange(10_000), help="for that chance")
     parser.add_argument("--write", action="store_true", help="all of them, and writes how they end into the document")
-    parser.add_argument("--build", type=Path, default=SOURCES / "build" / "dev", help="the build folder (build/dev)")
     options = parser.parse_args()
     if options.write and (options.only or options.sample):
         parser.error("--write wants all of them")
-    try:
-        require_screen()
-        require_served_card()
-        return run(options)
-    except NotPossible as error:
-        print(f"try-faults: {error}", file=sys.stderr)
-        return NOT_POSSIBLE
+    return status_of(lambda: run(options), "try-faults")
 
 
 if __name__ == "__main__":

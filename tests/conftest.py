@@ -22,12 +22,20 @@ def offscreen():
 
 
 @pytest.fixture(scope="session")
-def parts(build):
+def where_possible():
+    """Calls a function, and skips the test where this machine cannot do what that needs."""
+    def call(function):
+        try:
+            return function()
+        except NotPossible as reason:
+            return pytest.skip(str(reason))
+    return call
+
+
+@pytest.fixture(scope="session")
+def parts(build, where_possible):
     """What goes of it into an instrument with a screen; from here on this process's mounts are its own."""
-    try:
-        require_screen()
-    except NotPossible as reason:
-        pytest.skip(str(reason))
+    where_possible(require_screen)
     namespaces.enter()
     return Build(build)
 

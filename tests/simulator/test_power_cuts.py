@@ -6,7 +6,7 @@ import subprocess
 
 import pytest
 from simulator import SOURCES, archive, writelog
-from simulator.build import NotPossible, require_served_card
+from simulator.build import require_served_card
 from simulator.card import PARTITIONS, ROOT, SECTOR, Card
 from simulator.instrument import WRITE_LOG
 from simulator.judge import NEW, OLD, Finding, difference, verdict
@@ -24,11 +24,8 @@ NOT_FSTAB = "/etc/fstab is neither as before nor with "
 
 
 @pytest.fixture
-def simulate(tmp_path, build):
-    try:
-        require_served_card()
-    except NotPossible as reason:
-        pytest.skip(str(reason))
+def simulate(tmp_path, build, where_possible):
+    where_possible(require_served_card)
 
     def run(*options):
         return subprocess.run([SOURCES / "simulate", "--build", build, "--virtual", "--keep", tmp_path / "instrument",

@@ -11,7 +11,7 @@ from types import SimpleNamespace
 
 import pytest
 from simulator import SOURCES, archive, matrix, outcome
-from simulator.build import NotPossible, require_devices
+from simulator.build import require_devices
 from simulator.card import MIB, PARTITIONS, other_partition
 from simulator.faults import numbers_chosen
 from simulator.outside import Simulation
@@ -123,12 +123,9 @@ RUNS = [
 
 
 @pytest.fixture
-def simulation(tmp_path, build):
-    try:
-        require_devices()
-        made = Simulation(tmp_path, build, PARTITION_MIB * MIB, ARM)
-    except NotPossible as reason:
-        pytest.skip(str(reason))
+def simulation(tmp_path, build, where_possible):
+    where_possible(require_devices)
+    made = where_possible(lambda: Simulation(tmp_path, build, PARTITION_MIB * MIB, ARM))
     yield made
     made.process.terminate()
 
