@@ -1,11 +1,12 @@
 // Preloaded into a program, this gives a virtual screen what it lacks of a real one: a picture is
 // shown at most 60 times a second, and the program waits for that moment. Qt Quick counts on it:
-// it advances animations by one sixtieth of a second a picture. Where SCREEN_SWAP_LOG names a file,
-// the nanoseconds of the monotonic clock at every picture are added to it. For what is measured,
-// SCREEN_STOP_AT stops the program, so that it can be looked at: at "load", when its libraries are
-// loaded, or at "picture", when the first has been drawn. Where SCREEN_LOAD_LOG names a file, each
-// library that the program opens later is added to it, with the thread's processor nanoseconds for
-// it.
+// it advances animations by one sixtieth of a second a picture. Where a program draws through EGL
+// there is no virtual screen, and only what is logged and where it stops is of use. Where
+// SCREEN_SWAP_LOG names a file, the nanoseconds of the monotonic clock at every picture are added
+// to it. For what is measured, SCREEN_STOP_AT stops the program, so that it can be looked at: at
+// "load", when its libraries are loaded, or at "picture", when the first has been drawn. Where
+// SCREEN_LOAD_LOG names a file, each library that the program opens later is added to it, with the
+// thread's processor nanoseconds for it.
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -72,7 +73,7 @@ extern "C" void *dlopen(const char *name, int flags)
     return library;
 }
 
-// GLX's declaration, without its headers.
+// The declarations of GLX and EGL, without their headers.
 extern "C" void glXSwapBuffers(void *display, unsigned long drawable)
 {
     using Swap = void (*)(void *, unsigned long);
@@ -81,4 +82,16 @@ extern "C" void glXSwapBuffers(void *display, unsigned long drawable)
     swap(display, drawable);
     logPicture();
     stopAt("picture");
+}
+
+extern "C" unsigned int eglSwapBuffers(void *display, void *surface)
+{
+    using Swap = unsigned int (*)(void *, void *);
+    // The platform plugin keeps its libraries to itself, where RTLD_NEXT does not look.
+    static const auto swap = reinterpret_cast<Swap>(
+            dlsym(dlopen("libEGL.so.1", RTLD_LAZY | RTLD_NOLOAD), "eglSwapBuffers"));
+    const unsigned int done = swap(display, surface);
+    logPicture();
+    stopAt("picture");
+    return done;
 }
