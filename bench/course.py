@@ -4,6 +4,7 @@ The command lines are those that an updater has given to the shell. A shell scri
 an update is measured against.
 """
 
+import collections
 import contextlib
 import datetime
 import re
@@ -28,6 +29,7 @@ begin() {{ printf '%s %s\\n' "$EPOCHREALTIME" "$1" >> {MARKS}; }}
 STAMP = r"(\d{4}-\d\d-\d\d[ T]\d\d:\d\d:\d\d\.\d+) (.*)"
 STAMPED = {"QT_MESSAGE_PATTERN": "%{time yyyy-MM-dd HH:mm:ss.zzz} %{message}"}
 CHECK, LAST_DONE = "VRK_Status", "Progress update: 1"  # written before the archive's test, and after the last command
+MILESTONE = r"Progress update: (\S+)"
 
 
 @dataclass
@@ -85,15 +87,12 @@ class Courses:
         with self._switched_on(archive) as instrument:
             prepare(instrument)
             lines = self._lines[instrument.mounted_partition()]
-            script = [f"begin {shlex.quote(line)}\n{line}" for line in lines]
-            instrument.root.write(SCRIPT, "\n".join([SCRIPT_HEAD, *script, "begin end", ""]))
+            instrument.root.write(SCRIPT, script_of(lines))
             begun = time.time()
             with open(instrument.run_folder / UPDATER_LOG, "wb") as output:
                 process = instrument.start(("bash", SCRIPT), {}, output)
                 ended = ended_at(process)
-            marks = instrument.root.inside(MARKS).read_text().splitlines()
-            moments = [float(mark.partition(" ")[0]) for mark in marks]
-            return Course(ended - begun, durations(moments))
+            return Course(ended - begun, durations(script_moments(instrument.root.inside(MARKS).read_text())))
 
     def _update(self, instrument, observe=lambda run: None):
         begun = time.time()
@@ -143,8 +142,34 @@ def ended_at(process):
 def updater_moments(log):
     """When each command of an updater began and the last one ended, as its log tells."""
     lines = [(datetime.datetime.fromisoformat(stamp).timestamp(), text) for stamp, text in re.findall(STAMP, log)]
-    moments = [at for at, text in lines if CHECK in text or text.startswith('"')]
+    moments = [at for at, text in lines if begins_command(text)]
     return moments + [at for at, text in lines if text == LAST_DONE]
+
+
+def milestones(log):
+    """The milestones that an updater has reported, by the number of the command line that came next."""
+    found, number = collections.defaultdict(list), 0
+    for _, text in re.findall(STAMP, log):
+        number += begins_command(text)
+        if milestone := re.fullmatch(MILESTONE, text):
+            found[number].append(milestone[1])
+    return found
+
+
+def begins_command(text):
+    """Whether an updater begins a command with this line of its log."""
+    return CHECK in text or text.startswith('"')
+
+
+def script_of(lines, before=None):
+    """A shell script with such command lines that notes in MARKS when each began; `before` has more for some."""
+    steps = [f"{(before or {}).get(number, '')}begin {shlex.quote(line)}\n{line}" for number, line in enumerate(lines)]
+    return "\n".join([SCRIPT_HEAD, *steps, "begin end", ""])
+
+
+def script_moments(marks):
+    """When each command of a script began and the last one ended."""
+    return [float(mark.partition(" ")[0]) for mark in marks.splitlines()]
 
 
 def durations(moments):

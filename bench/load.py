@@ -11,7 +11,7 @@ import tempfile
 import time
 from pathlib import Path
 
-from bench.course import CHECK, Courses, partition_bytes_for
+from bench.course import CHECK, MILESTONE, Courses, partition_bytes_for
 from bench.measuring import (in_turns, median_of, median_ratio, megabytes, peak_mib, processor_clock, run_tables, table,
                              table_parser)
 from bench.screen import PATIENCE_SECONDS, reference
@@ -21,6 +21,7 @@ from simulator.build import require_devices
 HEAD = ["Archive", "Update, s", "Updater, processor s", "Window, processor s", "Ratio", "Updater, peak MiB",
         "Window, peak MiB"]
 DURATIONS = {"0.1": 3000, "0.15": 4000, "0.2": 4000, "0.9": 43000, "0.99": 3000, "1": 20}  # ms, as the installer's
+BEGINNING = {"message": "background", "isProgressBarIndeterminate": True, "progress": 0.0}
 SAMPLE_SECONDS = 0.02
 
 
@@ -35,19 +36,23 @@ class Beside:
         """Follows an updater to its end; then updater and window are the processor seconds and the peak MiB of each."""
         run.wait_for_output(CHECK, PATIENCE_SECONDS)
         processes = run.process, self._viewer.process
-        self._viewer.show(message="background", isProgressBarIndeterminate=True, progress=0.0)
+        self._viewer.show(**BEGINNING)
         before = [processor_clock(process) for process in processes]
         reached = 0
         with contextlib.suppress(OSError, TypeError):  # the updater has ended
             while run.process.poll() is None:
                 self.updater, self.window = (
                     (processor_clock(process) - used, peak_mib(process)) for process, used in zip(processes, before))
-                milestones = re.findall(r"Progress update: (\S+)", run.output())
+                milestones = re.findall(MILESTONE, run.output())
                 for milestone in milestones[reached:]:
-                    self._viewer.show(isProgressBarIndeterminate=False, expectedDuration=DURATIONS[milestone],
-                                      progress=float(milestone))
+                    self._viewer.show(**movement(milestone))
                 reached = len(milestones)
                 time.sleep(SAMPLE_SECONDS)
+
+
+def movement(milestone):
+    """What the other window is to show as soon as an updater has reported a milestone."""
+    return {"isProgressBarIndeterminate": False, "expectedDuration": DURATIONS[milestone], "progress": float(milestone)}
 
 
 def measure_one(build, courses, file):

@@ -23,20 +23,25 @@ def table_parser(name, description, runs=5):
     return made
 
 
-def run(options, name, measure, *requirements):
-    """Runs measure(build, options) in private namespaces; returns the exit status."""
-    build = Build(options.build.absolute())
+def simulated(options):
+    """The build to measure in the simulated instrument."""
+    require_screen()
+    return Build(options.build.absolute())
 
+
+def run(options, name, measure, *requirements, build_of=simulated):
+    """Runs measure(build, options) in private namespaces, with the build of the options; returns the exit status."""
     def job():
-        for require in (require_screen, *requirements):
+        for require in requirements:
             require()
+        build = build_of(options)
         build.check()
         return run_isolated(lambda: measure(build, options) or 0, name)
 
     return status_of(job, name)
 
 
-def run_tables(options, name, tables_of, *requirements):
+def run_tables(options, name, tables_of, *requirements, build_of=simulated):
     """The same for tables_of(build, options), which returns Markdown that is shown, and written if asked for."""
     def measure(build, _):
         text = tables_of(build, options)
@@ -44,7 +49,7 @@ def run_tables(options, name, tables_of, *requirements):
         if options.write:
             write(name, f"{text}\n\n{measured_with(name, options)}")
 
-    return run(options, name, measure, *requirements)
+    return run(options, name, measure, *requirements, build_of=build_of)
 
 
 def write(name, text):

@@ -80,7 +80,7 @@ class Starts:
             folder = stack.enter_context(tempfile.TemporaryDirectory())
             settings = Settings(card=False, initialize_ms=0, log_commands=False)
             self._instrument = stack.enter_context(Instrument(Path(folder), self._build, settings))
-            self._instrument.root.bind(self._build.folder / "bin" / "screenviewer", VIEWER, "ro")
+            self._instrument.root.bind(self._build.viewer, VIEWER, "ro")
             self._instrument.plug_in(archive.sample(self._build, 0), os.path.basename(ARCHIVE))
             self._stack = stack.pop_all()
         return self
@@ -95,12 +95,12 @@ class Starts:
         self._instrument.root.bind(build.program, f"{folder}/{os.path.basename(PROGRAM)}", "ro")
         return f"{folder}/{os.path.basename(PROGRAM)}"
 
-    def window(self, name, imports, content="", environment=()):
-        """The step that shows a window with these imports and that content."""
+    def bring(self, document):
+        """Brings a QML document; its path in the instrument."""
         self._count += 1
         path = f"{FILES}/window{self._count}.qml"
-        self._instrument.root.write(path, "\n".join([*imports, WINDOW.format(content=content)]))
-        return Step(name, (VIEWER, f"file://{path}"), dict(environment))
+        self._instrument.root.write(path, document)
+        return path
 
     def start(self, step, caches=None):
         """Starts a step with its caches in a folder of that name, or without any; returns the Start."""
@@ -135,7 +135,7 @@ class Starts:
         # The other screen still shows the program before.
         with Screen() as screen, Watcher(screen) as watcher, \
                 self._started(screen, command, environment) as (begun, process):
-            shot = watcher.wait_for(lambda view: view.upper and view.message and not view.bar)
+            shot = watcher.wait_for(is_question)
             return Start(1000 * (shot.seconds - begun), 1000 * processor_clock(process), {}, {})
 
     @contextlib.contextmanager
@@ -148,6 +148,11 @@ class Starts:
                 yield begun, process
             finally:
                 process.kill()
+
+
+def is_question(view):
+    """Whether the updater's question stands on the screen."""
+    return view.upper and view.message and not view.bar
 
 
 def thread_times(process):
@@ -178,15 +183,21 @@ def screen_imports():
     return sorted(re.sub(r" as .*", "", line) for line in found)
 
 
+def window(starts, name, imports, content="", environment=()):
+    """The step that shows a window with these imports and that content."""
+    path = starts.bring("\n".join([*imports, WINDOW.format(content=content)]))
+    return Step(name, (VIEWER, f"file://{path}"), dict(environment))
+
+
 def steps_of(starts):
     """What is started, each with all that the one before has and something more."""
     imports = screen_imports()
     return [
         Step("the updater's libraries", UPDATER, {}, "load"),
-        starts.window("a Qt Quick window", BASE_IMPORTS),
-        starts.window(YARDSTICK, imports),
-        starts.window("and the input method", imports, "", INPUT_METHOD),
-        starts.window("and the background", [*imports, COMPONENTS], BACKGROUND, INPUT_METHOD),
+        window(starts, "a Qt Quick window", BASE_IMPORTS),
+        window(starts, YARDSTICK, imports),
+        window(starts, "and the input method", imports, "", INPUT_METHOD),
+        window(starts, "and the background", [*imports, COMPONENTS], BACKGROUND, INPUT_METHOD),
         Step("and the rest of the screen, empty", (VIEWER,), INPUT_METHOD),
         Step(FIRST_PICTURE, UPDATER, {}),
         Step(QUESTION, UPDATER, {}, "question"),
@@ -206,21 +217,26 @@ def measure(build, options):
     with Starts(build) as starts:
         steps = steps_of(starts)
         others = other_steps(starts, steps, options.before)
-        for step in (*steps, *others):
-            starts.start(step, "kept")
-        found = collections.defaultdict(list)
-        variants = [(step, caches) for caches in CACHES for step in (*steps, *others)]
-        for step, caches in in_turns(variants, options.runs):
-            found[step.name, caches].append(starts.start(step, caches))
+        found = started_in_turns(starts, [*steps, *others], options.runs)
         elapsed, processor = (min(column) for column in zip(*(starts.launching() for _ in range(options.runs))))
     for runs in found.values():
         runs[:] = [replace(start, elapsed=start.elapsed - elapsed, processor=start.processor - processor)
                    for start in runs]
-    parts = [part for caches, title in CACHES.items() for part in (f"{title}:", step_table(steps, found, caches))]
+    parts = [step_tables(steps, found)]
     if others:
         parts.append(table(["Before and now", "before, ms", "now, ms", "before, of the processor, ms", "now", "ratio"],
                            [comparison(step, caches, found) for caches in CACHES for step in others]))
     return "\n\n".join([*parts, *breakdowns(found[FIRST_PICTURE, "kept"])])
+
+
+def started_in_turns(starts, steps, runs):
+    """The Starts of each step, by its name and its caches."""
+    for step in steps:
+        starts.start(step, "kept")
+    found = collections.defaultdict(list)
+    for step, caches in in_turns([(step, caches) for caches in CACHES for step in steps], runs):
+        found[step.name, caches].append(starts.start(step, caches))
+    return found
 
 
 def comparison(step, caches, found):
@@ -230,6 +246,11 @@ def comparison(step, caches, found):
             *(median_of((start.elapsed for start in starts), 0) for starts in (before, now)),
             *(median_of((start.processor for start in starts), 1) for starts in (before, now)),
             median_ratio([start.processor for start in now], [start.processor for start in before])]
+
+
+def step_tables(steps, found):
+    """The tables of all steps, with each of the CACHES."""
+    return "\n\n".join(f"{title}:\n\n{step_table(steps, found, caches)}" for caches, title in CACHES.items())
 
 
 def step_table(steps, found, caches):

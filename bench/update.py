@@ -6,6 +6,7 @@ as its screen does, since the drawing takes its share of the processor. Needs ro
 """
 
 import functools
+import statistics
 import sys
 import tempfile
 from dataclasses import dataclass, field
@@ -21,7 +22,7 @@ from simulator.run import ARCHIVE
 HEAD = ["Archive", "Shell script, s", "Updater, s", "Ratio", "Start and end, s", "Archive's test longer by, s",
         "All other commands, ratio", "... to the script beside a window"]
 COMMAND_HEAD = ["Command", "Updater, s", "Script, s", "Script beside a window, s"]
-SHOWN_SECONDS = 0.05
+SHOWN_SHARE = 0.01  # of the whole script's time
 
 
 @dataclass
@@ -37,6 +38,11 @@ class Measured:
     def all(self):
         return self.updater, self.script, self.script_beside
 
+    def compare(self, ways, runs):
+        """Takes the courses of an updater, a script and a script beside a window, by these functions, in turns."""
+        for way, kept in in_turns(list(zip(ways, self.all)), runs):
+            kept.append(way())
+
     def row(self):
         """A line of the table of sizes."""
         mine, others = ([course.seconds for course in courses] for courses in (self.updater, self.script))
@@ -49,7 +55,8 @@ class Measured:
     def command_rows(self, lines):
         """The lines of the table of commands; those of the short ones are one."""
         seconds = [[[course.commands[at] for course in courses] for courses in self.all] for at in range(len(lines))]
-        long = [at for at in range(len(lines)) if float(median_of(seconds[at][1])) >= SHOWN_SECONDS]
+        shown = SHOWN_SHARE * statistics.median(course.seconds for course in self.script)
+        long = [at for at in range(len(lines)) if statistics.median(seconds[at][1]) >= shown]
         rows = [["start and end", *(median_of(course.around for course in courses) for courses in self.all)]]
         rows += [[f"`{lines[at]}`", *map(median_of, seconds[at])] for at in long]
         others = [[sum(second for at, second in enumerate(course.commands) if at not in long) for course in courses]
@@ -73,15 +80,19 @@ def measure(build, options):
                 Courses(build, Path(folder), partition_bytes_for(size)) as courses:
             for _ in range(2):
                 courses.by_script(file)  # so that there is as much to be cleared each time
-            ways = [(courses.by_updater, found.updater), (courses.by_script, found.script),
-                    (functools.partial(beside_window, build, courses), found.script_beside)]
-            for way, kept in in_turns(ways, options.runs):
-                kept.append(way(file))
-            lines = [line.replace(ARCHIVE, "<archive>") for line in courses.lines]
+            ways = courses.by_updater, courses.by_script, functools.partial(beside_window, build, courses)
+            found.compare([functools.partial(way, file) for way in ways], options.runs)
+            lines = courses.lines
         measured.append(found)
+    return tables(measured, lines)
+
+
+def tables(measured, lines):
+    """The table of sizes, and that of the command lines of the last one."""
+    names = [line.replace(ARCHIVE, "<archive>").replace("|", r"\|") for line in lines]
     return "\n\n".join([table(HEAD, [found.row() for found in measured]),
                         f"Command by command, with the archive of {measured[-1].name}:",
-                        table(COMMAND_HEAD, measured[-1].command_rows(lines))])
+                        table(COMMAND_HEAD, measured[-1].command_rows(names))])
 
 
 def main():

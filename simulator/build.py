@@ -11,10 +11,10 @@ from pathlib import Path
 from . import SOURCES
 
 SETUP, ARM_ROOT = SOURCES / "tools" / "setup", SOURCES / "tools" / "arm-root"
-TOUCHSCREEN = "touchscreen"
+TOUCHSCREEN, VIEWER = "touchscreen", "screenviewer"
 NATIVE_PROGRAM, ARM_PROGRAM = "vrk-updater-simulated", "vrk-updater"
-NATIVE_TARGETS, ARM_TARGETS = (NATIVE_PROGRAM, "screen-vsync"), (ARM_PROGRAM, TOUCHSCREEN)
-SCREEN_VSYNC = "libscreen-vsync.so"
+SCREEN_VSYNC, VSYNC_TARGET = "libscreen-vsync.so", "screen-vsync"
+NATIVE_TARGETS, ARM_TARGETS = (NATIVE_PROGRAM, VSYNC_TARGET), (ARM_PROGRAM, TOUCHSCREEN)
 NOT_POSSIBLE = 77
 ELF, ARM_MACHINE = b"\x7fELF", b"\x28\x00"
 
@@ -42,6 +42,11 @@ class Build:
         drawing = {"GALLIUM_DRIVER": "softpipe"} if effects else {"QT_QUICK_BACKEND": "software"}
         return cls(folder, program_name, arm_root(), drawing)
 
+    @classmethod
+    def emulated(cls, folder):
+        """An ARM build, on the system of the emulated instrument."""
+        return cls(folder, ARM_PROGRAM, arm_root("--instrument"))
+
     @property
     def program(self):
         return self.folder / "bin" / self.program_name
@@ -58,6 +63,11 @@ class Build:
     def touchscreen(self):
         """The program that makes a touch screen in the emulated instrument."""
         return self.folder / "bin" / TOUCHSCREEN
+
+    @property
+    def viewer(self):
+        """The program that shows the screen without the updater behind it."""
+        return self.folder / "bin" / VIEWER
 
     @property
     def vsync(self):
@@ -116,10 +126,11 @@ def require_served_card():
         raise NotPossible("needs /dev/fuse to log what is written to the instrument's card, or to let the card fail")
 
 
-def make(*kind):
+def make(*kind, besides=()):
     """Installs what is missing and builds for this machine, with "--arm" or "--emulator" for the instrument.
 
-    These are options of tools/setup. Returns the build folder. Raises NotPossible or OSError.
+    These are options of tools/setup; `besides` are targets that are not built otherwise. Returns the build folder.
+    Raises NotPossible or OSError.
     """
     preset, targets = ("arm", ARM_TARGETS) if kind else ("dev", NATIVE_TARGETS)
     setting_up = subprocess.run([SETUP, *kind], check=False)
@@ -129,7 +140,7 @@ def make(*kind):
     print(f"building into {folder.relative_to(SOURCES)}", flush=True)
     if not (folder / "build.ninja").exists():
         _quietly("cmake", "--preset", preset, "-DBUILD_TESTING=OFF")
-    _quietly("cmake", "--build", "--preset", preset, "--target", *targets)
+    _quietly("cmake", "--build", "--preset", preset, "--target", *targets, *besides)
     return folder
 
 

@@ -23,7 +23,7 @@ class Viewer:
 
     def __init__(self, build, document=MAIN, locale=None, environment=None):
         variables = (f"{name}={value}" for name, value in (environment or {}).items())
-        self._command = [*WITH_PARENT, "env", *variables, build.folder / "bin" / "screenviewer",
+        self._command = [*WITH_PARENT, "env", *variables, build.viewer,
                          document if document == MAIN else f"file://{document}"]
         if locale:
             self._command.append(build.translations / f"vrk-updater_{locale}.qm")

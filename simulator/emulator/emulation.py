@@ -6,7 +6,7 @@ import re
 import time
 
 from .. import archive, report
-from ..build import ARM_PROGRAM, Build, arm_root, require_emulator
+from ..build import Build, require_emulator
 from ..card import other_partition
 from ..instrument import SYSTEM, Settings
 from ..judge import difference
@@ -39,7 +39,7 @@ VNC_ADDRESS = "127.0.0.1:0"
 def emulate(options, build_folder):
     """Prepares a run and makes it; returns the exit status."""
     require_emulator()
-    build = Build(build_folder, ARM_PROGRAM, arm_root("--instrument"))
+    build = Build.emulated(build_folder)
     build.check()
     folder, _lock = open_folder(options.keep, "emulator")
     return run_isolated(lambda: Emulation(options, build, folder).run(), "emulate")
