@@ -31,7 +31,6 @@ FILE_COUNTS = (16, 1000, 10_000)
 PREPARE_SCRIPT = "usr/local/bin/zepra-prepare-update.sh"
 FILE_SYSTEMS = {
     "as it is made": (),
-    "`noatime`": ("-E", "mount_opts=noatime"),
     "`journal_data_writeback`": ("-o", "journal_data_writeback"),
     "without a journal": ("-O", "^has_journal"),
 }
@@ -121,7 +120,7 @@ def replace_gzip(program, instrument):
 
 
 def tune(options, instrument):
-    """Changes the file system that is not in use; mke2fs has just made it with the first update."""
+    """Changes the file system that is not in use, which the next update fills."""
     if options:
         device = f"/dev/{other_partition(instrument.mounted_partition())}"
         subprocess.run(instrument.root.command("tune2fs", *options, device), check=True, stdout=subprocess.DEVNULL)
