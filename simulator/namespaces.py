@@ -97,7 +97,9 @@ def _supervise(child):
 def leftovers(folder):
     """Mounts, loop devices and processes of this machine that have to do with a folder, as lines about them."""
     things = Path("/proc/self/mountinfo").read_text().splitlines()
-    things += [path.read_text() for path in Path("/sys/block").glob("loop*/loop/backing_file")]
+    for file in Path("/sys/block").glob("loop*/loop/backing_file"):
+        with contextlib.suppress(OSError):  # it has been detached meanwhile
+            things.append(file.read_text())
     for process in Path("/proc").glob("[0-9]*"):
         with contextlib.suppress(OSError):  # it has ended meanwhile
             words = [(process / file).read_text(errors="replace") for file in ("cmdline", "environ")]
