@@ -9,7 +9,7 @@ from pathlib import Path
 
 from . import SOURCES, archive
 from .build import Build
-from .instrument import Instrument, Settings
+from .instrument import Instrument, Settings, read_commands
 from .namespaces import leftovers
 from .run import UPDATER_LOG
 
@@ -51,8 +51,7 @@ class Simulation:
 
     def commands(self):
         """The command lines that the updater gave to the shell."""
-        log = self.log / "commands.log"
-        return [line.split("\t")[0] for line in log.read_text().splitlines()] if log.exists() else []
+        return [line for line, _ in read_commands(self.log)]
 
     def output(self):
         """What the updater and its commands wrote."""
