@@ -22,7 +22,7 @@ from .operator import Operator
 from .outcome import DEAF, outcome, remarks
 from .run import UPDATER_LOG, on_screen, qml_faults, updater
 from .screen import Screen
-from .screen_names import FLASH, MOMENTS, SCREENS, SIGNAL_SCREENS
+from .screen_names import FLASH, MOMENTS, SIGNAL_SCREENS
 from .watcher import Watcher
 
 AUTHORITY = "/opt/simulator/Xauthority"
@@ -170,8 +170,8 @@ def _hint(option, choice):
 def operate(instrument, arguments, options):
     """Runs the updater until it ends by itself, on this display or before an operator; returns findings."""
     if os.environ.get("DISPLAY") and not options.virtual:
-        if any(moment in SCREENS for _, moment in options.signal) or any(kind == "hang" for kind, _ in options.fault):
-            raise OSError("screens are recognised on the virtual screen only: add --virtual")
+        if any(moment in MOMENTS for _, moment in options.signal) or any(kind == "hang" for kind, _ in options.fault):
+            raise OSError("screens and the flash are recognised on the virtual screen only: add --virtual")
         with updater(instrument, arguments, this_display(instrument)) as running:
             return ended(running, time.monotonic())
     pictures = instrument.run_folder / "pictures"
