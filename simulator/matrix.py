@@ -23,7 +23,7 @@ from .build import require_screen, require_served_card
 from .card import MIB, PARTITIONS, ROOT
 from .commandline import status_of, tool_parser
 from .faults import numbers_chosen
-from .instrument import FSTAB
+from .instrument import FSTAB, Settings
 from .outside import Simulation
 from .screen_names import ENDINGS
 from .view import read
@@ -33,7 +33,7 @@ COMMANDS, ARCHIVES, SIGNALS, RESULTS = "At a command", "Strange archives", "Sign
 SPLIT = re.compile(r"(?<!\\)\|")
 
 OLD, NEW = PARTITIONS
-VERSIONS = BEFORE, OFFERED = "2.06", archive.OFFERED_FIRMWARE
+BEFORE, OFFERED = Settings.board_version, archive.OFFERED_FIRMWARE
 PARTITION_BYTES, FIRMWARE_BYTES = 16 * MIB, 4096
 FIRMWARE = f"usr/local/share/zentar/atmega/ZEPRA_AFW_{OFFERED}.hex"
 ARCHIVE_NAME = f"zepra_update_v{archive.OFFERED_VERSION}.tar.gz"
@@ -66,10 +66,11 @@ class Trial:
     row: int
     column: int
     options: tuple
+    archive: str = ""  # what the document calls it
     made_by: str = "pack usr/local"  # a shell line that makes the archive, in a folder with "usr/local"
 
     def __str__(self):
-        return " ".join(self.options) if self.section != ARCHIVES else f"the archive made by: {self.made_by}"
+        return " ".join(self.options) or f'the archive "{self.archive}", made by: {self.made_by}'
 
 
 class Document:
@@ -103,15 +104,22 @@ class Document:
             for number, row in enumerate(rows, 2):
                 for column in range(first, len(head)):
                     if section == ARCHIVES:
-                        yield Trial(section, number, column, (), plain(row[1]))
+                        yield Trial(section, number, column, (), row[0], plain(row[1]))
                     else:
                         yield Trial(section, number, column, tuple(options(plain(row[0]), plain(head[column]))))
 
     def expected(self, trial):
         """How the document says that it ends; None where it says nothing."""
         number = self.tables[trial.section][trial.row][trial.column:][:1]
-        endings = {row[0]: Ending(*row[1:]) for row in self.tables[RESULTS][2:]}
-        return endings.get(number[0]) if number else None
+        return self._endings().get(number[0]) if number else None
+
+    def described(self, ending):
+        """An ending with its number in the document, as text."""
+        numbers = {known: number for number, known in self._endings().items()}
+        return f"{numbers.get(ending, 'not there yet')}: {ending}" if ending else "nothing yet"
+
+    def _endings(self):
+        return {row[0]: Ending(*row[1:]) for row in self.tables[RESULTS][2:]}
 
     def put(self, endings):
         """Writes how the trials ended into the tables, numbered in their order."""
@@ -150,7 +158,7 @@ class Laboratory:
         self._fstab = self._made.card.read_file(ROOT, FSTAB)
         self._lines = known_lines()
         self.looks = collections.defaultdict(set)  # of the words on the screen
-        self.longest = 0  # for which an updater went on after a signal, when all that was running had ended, in seconds
+        self.longest = None  # seconds for which an updater went on after a signal and the end of what was running
 
     def make(self, trial):
         """Makes a trial; returns its Ending and what went wrong with it, as a list of texts."""
@@ -194,7 +202,7 @@ class Laboratory:
         if "?" in self._screen(findings):
             faults.append(f"the error screen cannot be told:\n{output}")
         if findings["signal"]:
-            self.longest = max(self.longest, findings["lingered"])
+            self.longest = max(self.longest or 0, findings["lingered"])
         if findings["signal"] and findings["lingered"] > PROMPT_SECONDS:
             faults.append(f"went on for {findings['lingered']} s after the signal and what was running")
         return faults + _commands_after(findings)
@@ -253,7 +261,8 @@ def make_all(laboratory, trials, document):
             endings[trial] = ending
             expected = document.expected(trial)
             if ending != expected:
-                print(f"otherwise: {trial}\n  expected {expected}\n  got      {ending}", flush=True)
+                print(f"otherwise: {trial}\n  expected {document.described(expected)}\n"
+                      f"  got      {document.described(ending)}", flush=True)
             for text in wrong:
                 print(f"wrong: {trial}\n  {text}", flush=True)
             otherwise += ending != expected
@@ -273,6 +282,8 @@ def run(options):
     require_served_card()
     document = Document(DOCUMENT.read_text(encoding="utf-8"))
     trials = [trial for trial in document.trials() if options.only in str(trial)]
+    if not trials:
+        raise OSError(f"nothing to be tried has {options.only!r} in it")
     if options.sample:
         chance = random.Random(options.seed)
         rows = itertools.groupby(trials, lambda trial: (trial.section, trial.row))
@@ -283,9 +294,10 @@ def run(options):
         endings, otherwise, went_wrong = make_all(laboratory, trials, document)
     complaints = unclear(laboratory.looks)
     print(*complaints, f"{len(trials)} trials in {time.monotonic() - started:.0f} s, seed {options.seed}: "
-          f"{otherwise} came out otherwise, {went_wrong} went wrong",
-          f"after a signal, once what was running had ended, the updater went on for {laboratory.longest} s at most",
-          sep="\n")
+          f"{otherwise} came out otherwise, {went_wrong} went wrong", sep="\n")
+    if laboratory.longest is not None:
+        print("after a signal, once what was running had ended, the updater went on for "
+              f"{laboratory.longest} s at most")
     if options.write:
         document.put(endings)
         DOCUMENT.write_text(document.text(), encoding="utf-8")
@@ -294,7 +306,8 @@ def run(options):
 
 def main():
     parser = tool_parser("tools/try-faults", __doc__)
-    parser.add_argument("--only", default="", metavar="TEXT", help="only what has this text in it: sed, full@, tar")
+    parser.add_argument("--only", default="", metavar="TEXT",
+                        help="only what has this text in it: @sed, full@, too large")
     parser.add_argument("--sample", action="store_true", help="of each row only one cell, by chance")
     parser.add_argument("--seed", type=int, default=random.randrange(10_000), help="for that chance")
     parser.add_argument("--write", action="store_true", help="all of them, and writes how they end into the document")
