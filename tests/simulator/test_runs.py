@@ -13,7 +13,7 @@ import pytest
 from simulator import SOURCES, archive, matrix, outcome
 from simulator.build import require_devices
 from simulator.card import MIB, PARTITIONS, other_partition
-from simulator.faults import numbers_chosen
+from simulator.faults import KINDS, numbers_chosen
 from simulator.outside import Simulation
 from simulator.screen_names import BRIEF
 
@@ -201,8 +201,10 @@ def test_the_guide_has_the_commands():
                             [GUIDE_SAYS[columns[1]] for columns in INSTALLER]))
 
 
-def test_the_faults_strike_every_command():
+def test_every_fault_strikes_every_command():
     document = matrix.Document(matrix.DOCUMENT.read_text(encoding="utf-8"))
-    rows = [matrix.plain(row[0]) for row in document.tables[matrix.COMMANDS][2:]]
+    head, _, *rows = [list(map(matrix.plain, row)) for row in document.tables[matrix.COMMANDS]]
     commands = ["gzip -t <archive>", *installer_commands("<archive>", *PARTITIONS)]
-    assert [number for row in rows for number in numbers_chosen(row, commands)] == list(range(len(commands)))
+    assert [number for row in rows for number in numbers_chosen(row[0], commands)] == list(range(len(commands)))
+    assert head[1:] == [*KINDS, "kill"]
+    assert [str(trial) for trial in document.trials() if not document.expected(trial)] == []
