@@ -5,7 +5,6 @@
 #include "language.h"
 #include "localemanager.h"
 
-#include <QCoreApplication>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QSettings>
