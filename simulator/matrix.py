@@ -277,10 +277,8 @@ def unclear(looks):
             for words, found in looks.items() if len(found) > 1 or seen.count(*found) > 1]
 
 
-def run(options):
-    require_screen()
-    require_served_card()
-    document = Document(DOCUMENT.read_text(encoding="utf-8"))
+def chosen(document, options):
+    """The trials that the options ask for. Raises OSError when there are none, or too few to be written down."""
     trials = [trial for trial in document.trials() if options.only in str(trial)]
     if not trials:
         raise OSError(f"nothing to be tried has {options.only!r} in it")
@@ -288,6 +286,17 @@ def run(options):
         chance = random.Random(options.seed)
         rows = itertools.groupby(trials, lambda trial: (trial.section, trial.row))
         trials = [chance.choice(list(row)) for _, row in rows]
+    unknown = [trial for trial in document.trials() if trial not in trials and not document.expected(trial)]
+    if options.write and unknown:
+        raise OSError(f"--write has to try this, too, of which the document does not tell the ending: {unknown[0]}")
+    return trials
+
+
+def run(options):
+    require_screen()
+    require_served_card()
+    document = Document(DOCUMENT.read_text(encoding="utf-8"))
+    trials = chosen(document, options)
     started = time.monotonic()
     with tempfile.TemporaryDirectory() as folder:
         laboratory = Laboratory(Path(folder), options.build.absolute())
@@ -299,7 +308,7 @@ def run(options):
         print("after a signal, once what was running had ended, the updater went on for "
               f"{laboratory.longest} s at most")
     if options.write:
-        document.put(endings)
+        document.put({trial: endings.get(trial) or document.expected(trial) for trial in document.trials()})
         DOCUMENT.write_text(document.text(), encoding="utf-8")
     return bool(went_wrong or complaints or (otherwise and not options.write))
 
@@ -310,11 +319,8 @@ def main():
                         help="only what has this text in it: @sed, full@, too large")
     parser.add_argument("--sample", action="store_true", help="of each row only one cell, by chance")
     parser.add_argument("--seed", type=int, default=random.randrange(10_000), help="for that chance")
-    parser.add_argument("--write", action="store_true", help="all of them, and writes how they end into the document")
-    options = parser.parse_args()
-    if options.write and (options.only or options.sample):
-        parser.error("--write wants all of them")
-    return status_of(lambda: run(options), "try-faults")
+    parser.add_argument("--write", action="store_true", help="write into the document how they end")
+    return status_of(lambda: run(parser.parse_args()), "try-faults")
 
 
 if __name__ == "__main__":
