@@ -102,6 +102,9 @@ def run(options, build, folder, file):
     if findings["after"]["partition"] and not findings["after"]["version"]:
         findings["remarks"].append(f"the system at the next start has no {SYSTEM}/{VERSION_FILE}, "
                                    "where the simulated instrument reads which one it runs")
+    if findings["update"].result == "succeeded" and findings["mounted"] != findings["after"]["partition"]:
+        findings["remarks"].append(f"a success that is none: the next start has another system on {SYSTEM} than is "
+                                   "mounted now")
     report.write(findings, instrument.run_folder)
     return findings["exit_status"]
 

@@ -112,6 +112,7 @@ RUNS = [
         says=f"at: tar xvzf & {SHOWN} & tar: usr/local/lib/big: ", remark="ran full: each has 48 MiB", arm=True),
     row("mount fails", "--silent --fail 'mount /dev'", **NO_MOUNT, until="mount /dev",
         says=f"at: mount /dev & {SIMULATED}"),
+    row("the switch is only claimed", "--silent --fault claim@sed", boots="old", remark="a success that is none"),
     row("INT in the extraction", "--silent --delay '3@tar xvzf' --signal INT@installing",
         remark="has not ended the updater"),
     row("TERM in the extraction", "--silent --delay '1@tar xvzf' --signal 'TERM@tar xvzf'", **HALF_WAY,
