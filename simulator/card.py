@@ -70,16 +70,16 @@ class Card:
             raise OSError(f"the card {self.image} has no partition {name}; it may be of an older kind")
         return start, size
 
-    def attach(self, logged=None):
+    def attach(self, served=None):
         """Attaches loop devices to the card and its partitions; maps their names to device numbers.
 
-        With logged, a file that stands for the image, they write straight to that, and one more to its marks.
+        With served, a file that stands for the image, they write straight to that, and one more to its marks.
         """
-        file, flags = (logged, AUTOCLEAR | DIRECT_IO) if logged else (self.image, AUTOCLEAR)
+        file, flags = (served, AUTOCLEAR | DIRECT_IO) if served else (self.image, AUTOCLEAR)
         for name in (ROOT, *PARTITIONS):
             self._devices[name] = self._attach(file, *self.region(name), flags)
         self._devices[WHOLE] = self._attach(file, 0, 0, flags | READ_ONLY)
-        if logged:
+        if served:
             self._devices[MARKS] = self._attach(file, MARK_OFFSET, SECTOR, flags)
         return {name: os.fstat(device).st_rdev for name, device in self._devices.items()}
 
