@@ -184,6 +184,8 @@ def parse(arguments):
         parser.error("--effects goes with --arm only; other builds draw them always")
     if options.setup_without_sync and (options.archive or not options.power_cuts):
         parser.error("--setup-without-sync goes with --power-cuts and the sample archive")
+    if options.power_cuts and any(kind == "io" for kind, _ in options.fault):
+        parser.error("--fault io@... does not go with --power-cuts, for which the card's writes are kept")
     if options.make_card and options.seed is None:
         parser.error("--make-card needs the --seed of the run")
     if options.silent and options.answer == "no":

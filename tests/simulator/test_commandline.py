@@ -18,6 +18,7 @@ from simulator import commandline
     ("--size 800x479", "'800x479' is not WIDTHxHEIGHT, from 800x480 on"),
     ("--fail '#2'", "'#2' is not how a command begins"),
     ("--fault fire@tar", "'fire@tar' is not one of exit, signal,"),
+    ("--power-cuts --fault io@sed", "io@... does not go with --power-cuts"),
     ("--delay tar:1", "'tar:1' is not seconds, @, and how a command begins"),
     ("--delay tar@3", "'tar@3' is not seconds, @,"),
     ("--signal HUP@confirm", "'HUP@confirm' is not one of TERM, INT, KILL"),
