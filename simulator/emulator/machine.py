@@ -20,7 +20,7 @@ CARD_SLOTS = ("-device", "sdhci-pci,id=slot0", "-device", "sdhci-pci,id=slot1",
 INPUT = ("-device", "qemu-xhci,id=usb", "-device", "usb-tablet,bus=usb.0", "-device", "usb-kbd,bus=usb.0")
 DRIVE = "drive"
 DRIVE_SLOT = ("-device", f"usb-storage,id={DRIVE},drive=stick,bus=usb.0,removable=on")
-CONSOLE = "console=ttyAMA0 quiet vt.cur_default=1 consoleblank=0 fbcon=font:TER16x32"
+CONSOLE = "console=ttyAMA0 quiet panic=-1 vt.cur_default=1 consoleblank=0 fbcon=font:TER16x32"
 POLL_SECONDS = 0.05
 
 
