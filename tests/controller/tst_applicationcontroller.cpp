@@ -91,6 +91,7 @@ private:
     QString setting(const char *name, const char *usual) const { return m_settings.value(name, usual); }
     void prepare();
     void watch(ApplicationController *controller);
+    static void post(QEvent::Type type, QPointF at = yes);
     static void tap(QPointF at = yes);
     void take(const QString &action, ApplicationController *controller);
 
@@ -139,6 +140,8 @@ void ApplicationControllerTest::prepare()
     fakeInstrument().status = [=](VRK_Status *status) {
         if (setting("tap", "") == "late")
             tap();
+        if (setting("tap", "") == "long")
+            post(QEvent::MouseButtonRelease);
         status->boardConnected = static_cast<std::uint8_t>(setting("connected", "1").toInt());
         return code("query");
     };
@@ -191,14 +194,18 @@ void ApplicationControllerTest::turn()
     QTest::touchEvent(window, device, false).release(0, yes.toPoint()).commit(false);
 }
 
-/// A finger's worth of events that wait for the next turn.
+/// An event that waits for the next turn.
+void ApplicationControllerTest::post(QEvent::Type type, QPointF at)
+{
+    const bool down = type == QEvent::MouseButtonPress;
+    auto *event = new QMouseEvent(type, at, Qt::LeftButton, down ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::postEvent(QGuiApplication::topLevelWindows().first(), event);
+}
+
 void ApplicationControllerTest::tap(QPointF at)
 {
-    for (const QEvent::Type type : { QEvent::MouseButtonPress, QEvent::MouseButtonRelease }) {
-        const bool down = type == QEvent::MouseButtonPress;
-        auto *event = new QMouseEvent(type, at, Qt::LeftButton, down ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
-        QCoreApplication::postEvent(QGuiApplication::topLevelWindows().first(), event);
-    }
+    post(QEvent::MouseButtonPress, at);
+    post(QEvent::MouseButtonRelease, at);
 }
 
 void ApplicationControllerTest::take(const QString &action, ApplicationController *controller)
@@ -250,6 +257,8 @@ void ApplicationControllerTest::runs()
     QTimer::singleShot(0, this, &ApplicationControllerTest::turn);
     if (setting("tap", "") == "aside")
         tap({ 400, 100 });
+    if (setting("tap", "") == "long")
+        post(QEvent::MouseButtonPress);
     for (int taps = setting("tap", "0").toInt(); taps > 0; --taps)
         tap();
     QStringList actions = setting("then", "").split(' ').filter(QRegularExpression("."));
