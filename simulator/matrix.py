@@ -263,8 +263,8 @@ def make_all(laboratory, trials, document):
             if ending != expected:
                 print(f"otherwise: {trial}\n  expected {document.described(expected)}\n"
                       f"  got      {document.described(ending)}", flush=True)
-            for text in wrong:
-                print(f"wrong: {trial}\n  {text}", flush=True)
+            if wrong:
+                print(f"wrong: {trial}", *wrong, sep="\n  ", flush=True)
             otherwise += ending != expected
             went_wrong += bool(wrong)
     return endings, otherwise, went_wrong
