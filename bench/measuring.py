@@ -15,9 +15,9 @@ from simulator.namespaces import run_isolated
 DOCUMENT = SOURCES / "docs" / "performance.md"
 
 
-def table_parser(name, description, runs=5):
+def table_parser(name, description, runs=5, preset="dev"):
     """The parser of a command that makes tables, such as "bench/update"."""
-    made = tool_parser(name, description)
+    made = tool_parser(name, description, preset)
     made.add_argument("--runs", type=int, default=runs, help=f"how many runs each figure is the median of ({runs})")
     made.add_argument("--write", action="store_true", help="write the tables into docs/performance.md")
     return made

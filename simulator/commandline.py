@@ -215,11 +215,12 @@ def main():
     return status_of(run, "simulate")
 
 
-def tool_parser(name, description):
+def tool_parser(name, description, preset="dev"):
     """The parser of a developers' command, such as "tools/try-faults", with the option that all of them have."""
     parser = argparse.ArgumentParser(prog=name, description=description,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--build", type=Path, default=SOURCES / "build" / "dev", help="the build folder (build/dev)")
+    parser.add_argument("--build", type=Path, default=SOURCES / "build" / preset,
+                        help=f"the build folder (build/{preset})")
     return parser
 
 

@@ -60,15 +60,18 @@ class Machine:
     """A context: the computer, switched on with a kernel, a card, a USB drive or None, and a screen of that size.
 
     What its console says is kept as console.log in the folder `log`, into which the instrument can write,
-    too. `writes` is a file for the log of the card's writes. A reboot ends the emulator, as does
-    the context.
+    too. `writes` is a file for the log of the card's writes. `environment` is what the programs of the
+    instrument have in theirs. A reboot ends the emulator, as does the context.
     """
 
-    def __init__(self, images, card, stick, log, size, display="none", writes=None):
+    def __init__(self, images, card, stick, log, size, display="none", writes=None, environment=None):
         self._log, self._console = log, log / "console.log"
+        # What the kernel does not know of its command line it hands to the first program.
+        variables = (f"{name}={value}" for name, value in (environment or {}).items())
         self._command = [*WITH_PARENT, EMULATOR, *COMPUTER, "-display", display,
                          *[part.format(width=size[0], height=size[1]) for part in SCREEN],
-                         "-kernel", images.kernel, "-initrd", images.initrd, "-append", CONSOLE,
+                         "-kernel", images.kernel, "-initrd", images.initrd, "-append",
+                         " ".join([CONSOLE, *variables]),
                          *_disk("card", card, writes), *CARD_SLOTS, *INPUT,
                          *[*_disk("stick", stick), *DRIVE_SLOT] * bool(stick),
                          "-virtfs", f"local,path={log},mount_tag=log,security_model=none",
