@@ -9,8 +9,8 @@ from pathlib import Path
 from .faults import NOT_RUN, numbers_chosen
 from .screen_names import ENDINGS
 
-SYSTEM = "usr/local"
-FIRMWARE_FOLDER = f"{SYSTEM}/share/zentar/atmega"
+SYSTEM_IN_ROOT = "usr/local"
+FIRMWARE_FOLDER = f"{SYSTEM_IN_ROOT}/share/zentar/atmega"
 FIRMWARE_NAME = re.compile(r"ZEPRA_AFW_.*\.hex", re.IGNORECASE)
 
 ARCHIVE_TEST = "gzip -t"
@@ -176,8 +176,8 @@ def _reason(commands, log, root, faults):
     if simulated:
         return simulated
     if root and program.startswith("/") and not Path(f"{root}{program}").exists():
-        empty = not set(os.listdir(Path(root, SYSTEM))) - {"lost+found"}
-        return f"the archive brings nothing below {SYSTEM}" if empty else f"the new system has no {program}"
+        empty = not set(os.listdir(Path(root, SYSTEM_IN_ROOT))) - {"lost+found"}
+        return f"the archive brings nothing below {SYSTEM_IN_ROOT}" if empty else f"the new system has no {program}"
     own_words = _own_words(lines[-1], log)
     if own_words and own_words.endswith(f"{program}: not found") and root and program.startswith("/"):
         return f"{program} is there, but not the program that its first line names"

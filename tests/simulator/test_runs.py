@@ -10,7 +10,7 @@ from functools import partial
 from types import SimpleNamespace
 
 import pytest
-from simulator import SOURCES, archive, matrix, outcome
+from simulator import SOURCES, archive, fault_tables, outcome
 from simulator.build import require_devices
 from simulator.card import MIB, PARTITIONS, other_partition
 from simulator.faults import KINDS, numbers_chosen
@@ -203,9 +203,9 @@ def test_the_guide_has_the_commands():
 
 
 def test_every_fault_strikes_every_command():
-    text = matrix.DOCUMENT.read_text(encoding="utf-8")
-    document = matrix.Document(text)
-    head, _, *rows = [list(map(matrix.plain, row)) for row in document.tables[matrix.COMMANDS]]
+    text = fault_tables.DOCUMENT.read_text(encoding="utf-8")
+    document = fault_tables.Document(text)
+    head, _, *rows = [list(map(fault_tables.plain, row)) for row in document.tables[fault_tables.COMMANDS]]
     commands = ["gzip -t <archive>", *installer_commands("<archive>", *PARTITIONS)]
     assert [number for row in rows for number in numbers_chosen(row[0], commands)] == list(range(len(commands)))
     assert head[1:] == [*KINDS, "kill"]
